@@ -1,0 +1,59 @@
+#pragma once
+
+// The XML library (libXMLParser): documents of elements and texts. Nodes belong to a document and live
+// until freeXMLDoc; an element made by createElement belongs to the youngest document not yet freed.
+// Texts are copied, and cleaned as they enter: what XML forbids or what is not UTF-8 becomes U+FFFD.
+
+#include <cstddef>
+#include <cstdint>
+
+constexpr int XP_SUCCESS = 0;
+
+constexpr int32_t XML_ELEMENT_NODE = 1;
+constexpr int32_t XML_TEXT_NODE = 3;
+constexpr int32_t XML_CDATA_SECTION_NODE = 4;
+
+struct XMLNode {
+    int32_t nodeType;      // XML_*_NODE
+    uint32_t documentKey;  // the library's
+    const char* nodeName;  // of an element its name, of a text "#text"; may be NULL
+    const char* nodeValue; // of a text its characters, of an element NULL
+    XMLNode* firstChild;   // NULL: none
+    XMLNode* nextSibling;  // NULL: the last
+};
+
+struct XMLDoc {
+    XMLNode* documentElement; // the root, NULL until it is set
+    int32_t allocationFailed; // 1 once a node or text of this document could not be had
+};
+
+// Room for the reader's and the writer's state and error text; the caller's, on its stack.
+struct XMLWorkArea {
+    alignas(8) unsigned char bytes[4096];
+};
+
+extern "C" {
+
+XMLDoc* createXMLDoc(void);               // NULL: no memory
+void freeXMLDoc(XMLDoc* document);        // with every node; NULL is accepted
+XMLNode* createElement(const char* name); // without a parent; NULL: no memory, no document
+int setDocumentElement(XMLDoc* document, XMLNode* element);
+
+// XP_SUCCESS, or 1 when a node is NULL or memory is short.
+int appendChild(XMLNode* parent, XMLNode* child); // as the last child
+int appendTextChild(XMLNode* parent, const char* name, const char* text);
+int appendIntegerChild(XMLNode* parent, const char* name, int32_t value);
+int setAttribute(XMLNode* element, const char* name, const char* value);              // replaces one of the same name
+int getAttribute(const XMLNode* element, const char* name, char* value, size_t size); // 1 also: no such attribute
+
+// Descendants of `within` in document order; NULL: none (further).
+XMLNode* findXmlNode(XMLNode* within, const char* name);
+XMLNode* findNextXmlNode(XMLNode* within, XMLNode* after, const char* name);
+
+XMLDoc* parseText(XMLWorkArea* workArea, const char* text); // NULL: getErrorText tells why
+const char* getErrorText(const XMLWorkArea* workArea);
+
+// The whole document as one malloc'ed text, the caller's; NULL: no memory, no root, another encoding than "UTF-8".
+char* writeXMLEnhancedForBf(XMLWorkArea* workArea, const XMLDoc* document, const char* encoding, int compact,
+                            int declaration);
+}
