@@ -1,0 +1,15 @@
+#include "daemon/trace.h"
+
+#include <cstdarg>
+
+int g_traceEnabled = 0;
+FILE* g_traceFile = nullptr;
+
+void trace(const char* format, ...) {
+    if (g_traceEnabled == 0 || g_traceFile == nullptr) return;
+    va_list arguments;
+    va_start(arguments, format);
+    vfprintf(g_traceFile, format, arguments);
+    va_end(arguments);
+    fflush(g_traceFile);
+}

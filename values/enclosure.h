@@ -1,0 +1,39 @@
+#pragma once
+
+// Values of an enclosure, its processor, fans, power supplies and temperature sensors. Enclosures are
+// addressed by their index into mrEnclList, elements by their number within their kind.
+
+#include "platform/storelib.h"
+#include "values/valueFunction.h"
+
+// Rows of the enclosure table that the tree asks for by themselves.
+constexpr int ENCL_PARAM_PRODUCT = 2; // text: the product; integer: the model code
+constexpr int ENCL_PARAM_SUPPORT = 7; // integer: the model code
+
+// Model codes, the library's.
+constexpr int ENCL_MODEL_UNKNOWN = 0;
+constexpr int ENCL_MODEL_KP17 = 1;
+constexpr int ENCL_MODEL_KP23 = 2;
+constexpr int ENCL_MODEL_KP17M2 = 3;
+
+// SES diagnostic pages.
+constexpr uint8_t SES_PAGE_CONFIGURATION = 1;
+constexpr uint8_t SES_PAGE_ELEMENT_DESCRIPTORS = 7;
+constexpr uint8_t SES_PAGE_FIRMWARE = 130;
+constexpr uint8_t SES_PAGE_FRU = 226;
+constexpr uint32_t SES_PAGE_SIZE = 8192;
+
+int oobMR_getEnclInfo(int paramID, int ctrlIdx, int enclIdx, char* sval, int svalLen, int32_t* ival);
+int oobMR_getEnclProcInfo(int paramID, int ctrlIdx, int enclIdx, char* sval, int svalLen, int32_t* ival);
+int oobMR_getEnclFanInfo(int paramID, int ctrlIdx, int enclIdx, int fanIdx, char* sval, int svalLen, int32_t* ival);
+int oobMR_getEnclTempSensorInfo(int paramID, int ctrlIdx, int enclIdx, int sensorIdx, char* sval, int svalLen,
+                                int32_t* ival);
+
+// `page` is the page that the tree read for the enclosure (SES_PAGE_SIZE bytes: SES_PAGE_FRU for a KP17,
+// SES_PAGE_ELEMENT_DESCRIPTORS for every other), NULL when it could not be read.
+int oobMR_getEnclPsInfo(int paramID, int modelCode, const SL_ENCL_STATUS_T* enclStatus, const uint8_t* page, int psuIdx,
+                        char* sval, int svalLen, int32_t* ival);
+
+// Reads one diagnostic page into a buffer of SES_PAGE_SIZE bytes, zeroed before; false when the enclosure
+// does not have it or the read failed.
+bool readDiagnosticPage(uint32_t ctrlId, uint16_t deviceId, uint8_t pageCode, uint8_t* page);
