@@ -1,0 +1,31 @@
+#pragma once
+
+// Where the main thread may be interrupted. SIGTERM, SIGINT and SIGUSR1 take effect only while the main thread
+// waits, in one of the functions below, where it holds no lock and is in the middle of no file. Between such
+// places their handlers defer them (deferSignal), and the next wait delivers them.
+
+#include <atomic>
+#include <sys/types.h>
+
+// The daemon's process id; 0 until the daemon is registered. Tells the daemon from a process forked from it.
+extern std::atomic<pid_t> g_mainPid;
+
+// The seconds that a termination signal waits for the main thread, and that an exit may take.
+constexpr unsigned GIVE_UP_SECONDS = 5;
+
+// For handlers. True: the signal is kept for the next wait and the handler is to return. False: act now.
+bool deferSignal(int signal);
+
+// The termination signal that is being kept, 0: none. Async-signal-safe.
+int getDeferredTermination();
+
+// Starts the time that is left for ending, unless it runs already: SIGALRM comes when it is over.
+void startGiveUpTimer();
+
+// Sleeps; returns early when a handler ran, also one for a signal kept from before. Any thread.
+void pauseSeconds(unsigned seconds);
+
+// Takes the lockf lock on the first byte of an open file, waits while another process holds it; 0 or -1 with
+// errno. Moves the file position to 0.
+int lockFirstByte(int fd);
+void unlockFirstByte(int fd);
