@@ -1,0 +1,98 @@
+#include "tree/controllerImages.h"
+
+#include "cache/oobCache.h"
+#include "daemon/trace.h"
+#include "values/fieldText.h"
+
+#include <cstdio>
+
+namespace {
+
+constexpr char FIRMWARE_NAME[] = "APP";
+constexpr char BIOS_NAME[] = "BIOS";
+
+template <size_t Size>
+bool hasName(const MR_IMAGE_COMPONENT& component, const char (&name)[Size]) {
+    static_assert(Size - 1 <= sizeof component.name);
+    return memcmp(component.name, name, Size - 1) == 0;
+}
+
+const MR_IMAGE_COMPONENT* findBios(const MR_CTRL_INFO& info) {
+    for (uint32_t i = 0; i < getComponentCount(info); ++i)
+        if (hasName(info.imageComponent[i], BIOS_NAME)) return &info.imageComponent[i];
+    return nullptr;
+}
+
+// As isprint says in the C locale.
+template <size_t Width>
+void clearUnprintable(char (&field)[Width]) {
+    for (char& character : field)
+        if (character < 0x20 || character > 0x7E) character = '\0';
+}
+
+void cleanBuildTime(MR_IMAGE_COMPONENT& component) {
+    clearUnprintable(component.buildDate);
+    clearUnprintable(component.buildTime);
+}
+
+} // namespace
+
+void getFirmwareVersion(const MR_CTRL_INFO& info, char* text, int size) {
+    for (uint32_t i = 0; i < getComponentCount(info); ++i) {
+        const MR_IMAGE_COMPONENT& component = info.imageComponent[i];
+        trace("CTRLFWVERSION - Name[%d] ='%s'\n", int(i), copyField(component.name).text);
+        if (!hasName(component, FIRMWARE_NAME)) continue;
+        snprintf(text, size_t(size), "%s", copyField(component.version).text);
+        return;
+    }
+}
+
+void getBiosVersion(const MR_CTRL_INFO& info, char* text, int size) {
+    const MR_IMAGE_COMPONENT* bios = findBios(info);
+    if (bios == nullptr) return;
+    trace("oobMR_getCtrlInfo():CTRLBIOSVERSION:name='%s'\n", copyField(bios->name).text);
+    const auto version = copyField(bios->version);
+    snprintf(text, size_t(size), "%.*s", int(strcspn(version.text, "_")), version.text);
+}
+
+void getUefiDriverVersion(const MR_CTRL_INFO& info, char* text, int size) {
+    for (uint32_t i = 0; i < getComponentCount(info); ++i) {
+        const MR_IMAGE_COMPONENT& component = info.imageComponent[i];
+        if (!hasName(component, BIOS_NAME)) continue;
+        const auto version = copyField(component.version);
+        const char* separator = strrchr(version.text, '_');
+        if (separator == nullptr) continue;
+        trace("oobMR_getCtrlInfo():CTRLUEFIDRIVERVERSION: version='%s'\n", version.text);
+        snprintf(text, size_t(size), "%s", separator + 1);
+        return;
+    }
+}
+
+void getFirmwareBuildTime(MR_CTRL_INFO& info, char* text, int size) {
+    for (uint32_t i = 0; i < getComponentCount(info); ++i) {
+        MR_IMAGE_COMPONENT& component = info.imageComponent[i];
+        if (!hasName(component, FIRMWARE_NAME)) continue;
+        if (component.buildDate[0] == '\0' || component.buildTime[0] == '\0') continue;
+        cleanBuildTime(component);
+        snprintf(text, size_t(size), "%s %s", copyField(component.buildDate).text, copyField(component.buildTime).text);
+    }
+}
+
+void getBiosBuildTime(MR_CTRL_INFO& info, char* text, int size) {
+    const MR_IMAGE_COMPONENT* found = findBios(info);
+    if (found == nullptr) return;
+    MR_IMAGE_COMPONENT& bios = info.imageComponent[found - info.imageComponent];
+    cleanBuildTime(bios);
+    const auto date = copyField(bios.buildDate);
+    const auto time = copyField(bios.buildTime);
+    trace("oobMR_getCtrlInfo():CTRLBIOSBUILDTIME: ptr->buildDate='%s',  ptr->buildTime='%s'\n", date.text, time.text);
+    if (strcmp(date.text, time.text) != 0) {
+        snprintf(text, size_t(size), "%s %s", date.text, time.text);
+        return;
+    }
+    // A firmware that wrote one text into both fields let the date run into what followed its year.
+    constexpr char year[] = "/2013";
+    const char* end = strstr(date.text, year);
+    const size_t length = end == nullptr ? strlen(date.text) : size_t(end - date.text) + sizeof year - 1;
+    snprintf(text, size_t(size), "%.*s", int(length), date.text);
+}

@@ -1,0 +1,120 @@
+#include "tree/enclosureTree.h"
+
+#include "cache/oobCache.h"
+#include "daemon/trace.h"
+#include "tree/tableWalk.h"
+#include "values/enclosure.h"
+
+namespace {
+
+constexpr TableWalk PROCESSOR_WALK = {enclProcParams_Table,
+                                      [](int paramID, const TreeObject& object, char* text, int size, int32_t* value) {
+                                          return oobMR_getEnclProcInfo(paramID, object.ctrlIndex, object.index, text,
+                                                                       size, value);
+                                      },
+                                      true,
+                                      false,
+                                      nullptr,
+                                      false};
+
+constexpr TableWalk FAN_WALK = {enclFanParams_Table,
+                                [](int paramID, const TreeObject& object, char* text, int size, int32_t* value) {
+                                    return oobMR_getEnclFanInfo(paramID, object.ctrlIndex, object.index, object.element,
+                                                                text, size, value);
+                                },
+                                true,
+                                false,
+                                nullptr,
+                                false};
+
+const SL_ENCL_STATUS_T* getStatusBlock(int ctrlIndex, int enclIndex) {
+    const MRCtrlInst* controller = getController(ctrlIndex);
+    if (controller == nullptr || uint32_t(enclIndex) >= getListCount(controller->mrEnclList)) return nullptr;
+    return controller->mrEnclStatus[enclIndex];
+}
+
+constexpr TableWalk POWER_SUPPLY_WALK = {
+    enclPsParams_Table,
+    [](int paramID, const TreeObject& object, char* text, int size, int32_t* value) {
+        return oobMR_getEnclPsInfo(paramID, object.modelCode, getStatusBlock(object.ctrlIndex, object.index),
+                                   object.page, object.element, text, size, value);
+    },
+    true,
+    false,
+    nullptr,
+    false};
+
+constexpr TableWalk SENSOR_WALK = {enclTempSensorParams_Table,
+                                   [](int paramID, const TreeObject& object, char* text, int size, int32_t* value) {
+                                       return oobMR_getEnclTempSensorInfo(paramID, object.ctrlIndex, object.index,
+                                                                          object.element, text, size, value);
+                                   },
+                                   false,
+                                   false,
+                                   nullptr,
+                                   false};
+
+bool isUnsupported(const SL_ENCL_STATUS_T* status, EnclosureElement kind, uint32_t index) {
+    return getElement(status, kind, index).status == SL_ENCL_ELEM_STATUS_UNSUPPORTED;
+}
+
+void addElement(XMLNode* processor, const char* name, const TableWalk& walk, const TreeObject& object) {
+    XMLNode* element = createElement(name);
+    appendChild(processor, element);
+    appendTable(element, walk, object);
+}
+
+} // namespace
+
+void addEnclProcessorInfo2XML(XMLNode* enclosure, int ctrlIndex, int enclIndex) {
+    XMLNode* processor = createElement("Processor");
+    appendChild(enclosure, processor);
+    appendTable(processor, PROCESSOR_WALK, {.ctrlIndex = ctrlIndex, .index = enclIndex});
+    addEnclFanInfo2XML(processor, ctrlIndex, enclIndex);
+    addEnclPsInfo2XML(processor, ctrlIndex, enclIndex);
+    addEnclTempSensorInfo2XML(processor, ctrlIndex, enclIndex);
+}
+
+void addEnclFanInfo2XML(XMLNode* processor, int ctrlIndex, int enclIndex) {
+    const SL_ENCL_STATUS_T* status = getStatusBlock(ctrlIndex, enclIndex);
+    if (status == nullptr) return;
+    trace("\taddEnclFanInfo2XML():fanCount=%d, pSts= 0x%x\n", int(status->fanCount), traceAddress(status));
+    for (uint32_t f = 0; f < getElementCount(status, EnclosureElement::fan); ++f) {
+        if (isUnsupported(status, EnclosureElement::fan, f)) {
+            trace("\taddEnclFanInfo2XML(): =%d -> SL_ENCL_ELEM_STATUS_UNSUPPORTED!\n", int(f));
+            continue;
+        }
+        addElement(processor, "Fan", FAN_WALK, {.ctrlIndex = ctrlIndex, .index = enclIndex, .element = int(f)});
+    }
+}
+
+void addEnclPsInfo2XML(XMLNode* processor, int ctrlIndex, int enclIndex) {
+    const SL_ENCL_STATUS_T* status = getStatusBlock(ctrlIndex, enclIndex);
+    if (status == nullptr) return;
+    const MRCtrlInst& controller = *getController(ctrlIndex);
+    TreeObject object = {.ctrlIndex = ctrlIndex, .index = enclIndex};
+    char product[VALUE_TEXT_SIZE];
+    oobMR_getEnclInfo(ENCL_PARAM_PRODUCT, ctrlIndex, enclIndex, product, sizeof product, &object.modelCode);
+    uint8_t page[SES_PAGE_SIZE];
+    const uint8_t pageCode = object.modelCode == ENCL_MODEL_KP17 ? SES_PAGE_FRU : SES_PAGE_ELEMENT_DESCRIPTORS;
+    const uint16_t deviceId = controller.mrEnclList->encl[enclIndex].deviceId;
+    if (readDiagnosticPage(controller.ctrlId, deviceId, pageCode, page)) object.page = page;
+
+    trace("\taddEnclPsInfo2XML(): number of powersupplies= %d\n", int(status->psuCount));
+    for (uint32_t i = 0; i < getElementCount(status, EnclosureElement::powerSupply); ++i) {
+        if (isUnsupported(status, EnclosureElement::powerSupply, i)) {
+            trace("\taddEnclPsInfo2XML(): i=%d  => SL_ENCL_ELEM_STATUS_UNSUPPORTED\n", int(i));
+            continue;
+        }
+        object.element = int(i);
+        addElement(processor, "PowerSupply", POWER_SUPPLY_WALK, object);
+    }
+}
+
+void addEnclTempSensorInfo2XML(XMLNode* processor, int ctrlIndex, int enclIndex) {
+    const SL_ENCL_STATUS_T* status = getStatusBlock(ctrlIndex, enclIndex);
+    for (uint32_t i = 0; i < getElementCount(status, EnclosureElement::sensor); ++i)
+        if (!isUnsupported(status, EnclosureElement::sensor, i))
+            addElement(processor, "TemperatureSensor", SENSOR_WALK,
+                       {.ctrlIndex = ctrlIndex, .index = enclIndex, .element = int(i)});
+}

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "platform/storelib.h"
+#include "platform/xmlParser.h"
+#include "tree/parameterTables.h"
+
+// What a value function is asked about: the indexes that locate the object, and what the tree has read for it.
+struct TreeObject {
+    int ctrlIndex;
+    int index = 0;                 // of the logical drive, drive or enclosure
+    int element = 0;               // of the fan, power supply or sensor within its kind
+    int modelCode = 0;             // of the enclosure
+    const uint8_t* page = nullptr; // its diagnostic page; NULL: not read
+};
+
+using GetValue = int (*)(int paramID, const TreeObject& object, char* text, int size, int32_t* value);
+
+// How the rows of one kind of object become children.
+struct TableWalk {
+    const ParamTableEntry* table;
+    GetValue getValue;
+    bool writesNegative;     // else a negative integer means that the value is not available
+    bool endsOnFailedAppend; // else the next row is tried
+    const char* traceName;   // function named in the trace, NULL: no trace
+    bool tracesAppend;       // the trace tells both results
+};
+
+// Appends one child for each row that has an XML name and a value.
+void appendTable(XMLNode* element, const TableWalk& walk, const TreeObject& object);

@@ -1,0 +1,151 @@
+#include "tree/treeBuilder.h"
+
+#include "cache/oobCache.h"
+#include "daemon/logs.h"
+#include "daemon/trace.h"
+#include "platform/lcm.h"
+#include "tree/batteryValues.h"
+#include "tree/controllerValues.h"
+#include "tree/portTree.h"
+#include "tree/statusSummary.h"
+#include "tree/tableWalk.h"
+#include "values/logicalDrive.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+constexpr uint16_t CONFIG_SYSTEM_NAME = 513;
+constexpr size_t SYSTEM_NAME_SIZE = 64;
+
+constexpr TableWalk CONTROLLER_WALK = {ctrlParams_Table,
+                                       [](int paramID, const TreeObject& object, char* text, int size, int32_t* value) {
+                                           return oobMR_getCtrlInfo(paramID, object.ctrlIndex, text, size, value);
+                                       },
+                                       false,
+                                       true,
+                                       "addCtrlInfo2XML",
+                                       false};
+
+constexpr TableWalk BATTERY_WALK = {battParams_Table,
+                                    [](int paramID, const TreeObject& object, char* text, int size, int32_t* value) {
+                                        return oobMR_getCtrlBatteryInfo(paramID, object.ctrlIndex, text, size, value);
+                                    },
+                                    false,
+                                    true,
+                                    "addCtrlBatteryInfo2XML",
+                                    false};
+
+constexpr TableWalk LOGICAL_DRIVE_WALK = {
+    ldParams_Table,
+    [](int paramID, const TreeObject& object, char* text, int size, int32_t* value) {
+        return oobMR_getLDInfo(paramID, object.ctrlIndex, object.index, text, size, value);
+    },
+    false,
+    true,
+    "addLDInfo2XML",
+    true};
+
+void addCtrlInfo2XML(XMLNode* adapter, int ctrlIndex) {
+    appendTable(adapter, CONTROLLER_WALK, {.ctrlIndex = ctrlIndex});
+}
+
+void addCtrlBatteryInfo2XML(XMLNode* battery, int ctrlIndex) {
+    appendTable(battery, BATTERY_WALK, {.ctrlIndex = ctrlIndex});
+}
+
+void addLDInfo2XML(XMLNode* logicalDrive, int ctrlIndex, int ldIndex) {
+    appendTable(logicalDrive, LOGICAL_DRIVE_WALK, {.ctrlIndex = ctrlIndex, .index = ldIndex});
+}
+
+void setNumber(XMLNode* element, int number) {
+    char text[16];
+    snprintf(text, sizeof text, "%d", number);
+    setAttribute(element, "Nr", text);
+}
+
+int getCount(int ctrlIndex, int paramID) {
+    char text[VALUE_TEXT_SIZE];
+    int32_t count = 0;
+    oobMR_getCtrlInfo(paramID, ctrlIndex, text, sizeof text, &count);
+    return count;
+}
+
+void addSystemName(XMLNode* system) {
+    char name[SYSTEM_NAME_SIZE + 1] = {};
+    if (LCMconfigSpaceRead(CONFIG_SYSTEM_NAME, 0, name, SYSTEM_NAME_SIZE) == 1) appendTextChild(system, "Name", name);
+}
+
+void addLogicalDrives(XMLNode* adapter, int ctrlIndex, const MRCtrlInst& controller) {
+    const int count = getCount(ctrlIndex, CTRL_PARAM_LD_COUNT);
+    trace("getRSTfromCache(): number of log. disks=%d\n", count);
+    if (controller.mrCfgData == nullptr) return;
+    for (int j = 0; j < std::min(count, int{LD_CONFIG_CAPACITY}); ++j) {
+        XMLNode* logicalDrive = createElement("LogicalDrive");
+        setNumber(logicalDrive, getLdConfig(*controller.mrCfgData, uint32_t(j)).properties.ldRef.targetId);
+        appendChild(adapter, logicalDrive);
+        addLDInfo2XML(logicalDrive, ctrlIndex, j);
+    }
+}
+
+void addBattery(XMLNode* adapter, int ctrlIndex, const MRCtrlInst& controller) {
+    if ((controller.mrInfo->hwPresent & MR_HW_PRESENT_BBU) == 0) return;
+    trace("getRSTfromCache(): obMRCache->mrCtrlInst[ctrlIndex]->mrInfo->hwPresent.bbu= %d\n", 1);
+    XMLNode* battery = createElement("Battery");
+    appendChild(adapter, battery);
+    addCtrlBatteryInfo2XML(battery, ctrlIndex);
+}
+
+void addAdapter(XMLNode* system, int ctrlIndex, const MRCtrlInst& controller) {
+    XMLNode* adapter = createElement("Adapter");
+    setNumber(adapter, raid_GetControllerNumber(controller.ctrlId));
+    appendChild(system, adapter);
+    addCtrlInfo2XML(adapter, ctrlIndex);
+    addLogicalDrives(adapter, ctrlIndex, controller);
+    addBattery(adapter, ctrlIndex, controller);
+    const int devices = getCount(ctrlIndex, CTRL_PARAM_PD_COUNT);
+    trace("getRSTfromCache(): number of phys. Devices=%d\n", devices);
+    if (devices > 0) addPortInfo2XML(adapter, ctrlIndex);
+}
+
+void addMultiplexerInfo2XML(XMLNode* system, XMLNode* multiplexer) {
+    StatusSummary summary;
+    computeSummaryStatus(system, summary);
+    for (const ParamTableEntry* row = mxParams_Table; row->paramID != PARAM_TABLE_END.paramID; ++row) {
+        if (row->xmlParamName == nullptr || row->paramID >= int(std::size(summary.text))) continue;
+        if (appendTextChild(multiplexer, row->xmlParamName, summary.text[row->paramID]) != XP_SUCCESS) break;
+    }
+}
+
+XMLDoc* failDocument(XMLDoc* document) {
+    freeXMLDoc(document);
+    trace("getRSTfromCache(): END (XML is not created) => NULL\n");
+    return nullptr;
+}
+
+} // namespace
+
+XMLDoc* getRSTfromCache() {
+    trace("getRSTfromCache(): START\n");
+    logRST("getRSTfromCache(): START ....");
+    XMLDoc* document = createXMLDoc();
+    if (document == nullptr) return failDocument(nullptr);
+
+    XMLNode* root = createElement("QPRaidStorageDeviceTree");
+    setAttribute(root, "Version", "2");
+    setDocumentElement(document, root);
+    XMLNode* system = createElement("System");
+    appendChild(root, system);
+    addSystemName(system);
+    for (int i = 0; i < getControllerCount(*oobMRCache); ++i)
+        if (const MRCtrlInst* controller = getController(i); controller != nullptr) addAdapter(system, i, *controller);
+    XMLNode* multiplexer = createElement("Multiplexer");
+    appendChild(system, multiplexer);
+    addMultiplexerInfo2XML(system, multiplexer);
+
+    if (document->allocationFailed != 0) return failDocument(document);
+    logRST("getRSTfromCache(): END! (doc = 0x%x)", traceAddress(document));
+    trace("getRSTfromCache(): END - doc = 0x%x\n", traceAddress(document));
+    return document;
+}

@@ -1,0 +1,111 @@
+#include "values/driveIdentity.h"
+
+#include "daemon/trace.h"
+
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+// ATA IDENTIFY DEVICE data: texts by byte offset and width.
+constexpr size_t ATA_SERIAL_OFFSET = 20;
+constexpr size_t ATA_SERIAL_WIDTH = 20;
+constexpr size_t ATA_FIRMWARE_OFFSET = 46;
+constexpr size_t ATA_FIRMWARE_WIDTH = 8;
+constexpr size_t ATA_MODEL_OFFSET = 54;
+constexpr size_t ATA_MODEL_WIDTH = 40;
+constexpr size_t ATA_SIGNATURE_OFFSET = 510;
+constexpr uint8_t ATA_SIGNATURE = 0xA5; // the data carry their checksum
+
+// Makers of drives behind a SATA translation, by a piece of the product's name. The last one found counts.
+struct VendorKey {
+    const char* key;
+    const char* vendor;
+};
+constexpr VendorKey vendorKeys[] = {
+    {"zbr", "Zebrant"}, {"hit", "Hitachi"}, {"ht", "Hitachi"}, {"wd", "WD"}, {"st", "Seagate"},
+};
+
+uint8_t getSignature(const SataIdentifyData& sata) {
+    return sata.bytes[ATA_SIGNATURE_OFFSET];
+}
+
+// ATA texts have the two characters of each word swapped.
+template <size_t width> TrimmedText<width> getAtaText(const SataIdentifyData& sata, size_t offset) {
+    TrimmedText<width> result{};
+    for (size_t i = 0; i < width; ++i) result.text[i] = char(sata.bytes[offset + (i ^ 1)]);
+    return result;
+}
+
+bool isTranslated(const char* vendor) {
+    return strncmp(vendor, "ATA", 3) == 0;
+}
+
+// Behind a SATA translation the maker's name is the first word of the product: what follows it, NULL when
+// the product is a single word.
+const char* getSecondWord(const char* product) {
+    const char* blank = strchr(product, ' ');
+    if (blank == nullptr) return nullptr;
+    const char* remainder = blank + strspn(blank, " ");
+    return *remainder == '\0' ? nullptr : remainder;
+}
+
+} // namespace
+
+void setDriveVendor(const MR_PD_INFO& info, const SataIdentifyData* sata, char* sval, int svalLen) {
+    auto vendor = trimField(info.vendor);
+    constexpr int size = sizeof vendor.text;
+    if (sata != nullptr) {
+        if (getSignature(*sata) == ATA_SIGNATURE &&
+            strcasestr(getAtaText<ATA_MODEL_WIDTH>(*sata, ATA_MODEL_OFFSET).text, "Intel") != nullptr)
+            copyText(vendor.text, size, "Intel");
+        if (isTranslated(vendor.text)) {
+            const auto product = trimField(info.product);
+            const char* model = product.text;
+            if (const char* remainder = getSecondWord(product.text)) {
+                copyText(vendor.text, size, product.text, strcspn(product.text, " "));
+                model = remainder;
+            }
+            for (const VendorKey& entry : vendorKeys)
+                if (strcasestr(model, entry.key) != nullptr) copyText(vendor.text, size, entry.vendor);
+        }
+    }
+    trace("oobMR_getPDInfo(PDVENDOR): Vendor='%s'\n", vendor.text);
+    copyText(sval, svalLen, vendor.text);
+}
+
+void setDriveProduct(const MR_PD_INFO& info, char* sval, int svalLen) {
+    const auto product = trimField(info.product);
+    const char* remainder = isTranslated(trimField(info.vendor).text) ? getSecondWord(product.text) : nullptr;
+    copyText(sval, svalLen, remainder != nullptr ? remainder : product.text);
+}
+
+void setDriveFirmware(const MR_PD_INFO& info, const SataIdentifyData* sata, char* sval, int svalLen) {
+    trace("oobMR_getPDInfo(PDFWVERSION): oobMRCache->mrCtrlInst[ctrlIdx]->mrPdSataInfo[instIdx]= 0x%x\n",
+          traceAddress(sata));
+    const auto revision = trimField(info.revision);
+    trace("oobMR_getPDInfo(PDFWVERSION):1:product_rev='%s'\n", revision.text);
+    copyText(sval, svalLen, revision.text);
+    if (sata == nullptr) return;
+    trace("oobMR_getPDInfo(PDFWVERSION): signature=0x%x\n", getSignature(*sata));
+    if (getSignature(*sata) != ATA_SIGNATURE) return;
+    auto firmware = getAtaText<ATA_FIRMWARE_WIDTH>(*sata, ATA_FIRMWARE_OFFSET);
+    firmware.text[strcspn(firmware.text, " ")] = '\0';
+    trace("oobMR_getPDInfo(PDFWVERSION):SATA:product_rev='%s'\n", firmware.text);
+    copyText(sval, svalLen, firmware.text);
+}
+
+void setDriveSerialNumber(const MR_PD_INFO& info, const SataIdentifyData* sata, char* sval, int svalLen) {
+    const auto inquirySerial = trimField(info.vendorSpecific);
+    trace("oobMR_getPDInfo(PDSERIALNUMBER):vendor_specific='%s'\n", inquirySerial.text);
+    copyText(sval, svalLen, inquirySerial.text);
+    if (sata != nullptr) {
+        trace("oobMR_getPDInfo(PDSERIALNUMBER): signature=0x%x\n", getSignature(*sata));
+        if (getSignature(*sata) == ATA_SIGNATURE) {
+            const auto serial = getAtaText<ATA_SERIAL_WIDTH>(*sata, ATA_SERIAL_OFFSET);
+            const char* start = serial.text + strspn(serial.text, " ");
+            if (*start != '\0') copyText(sval, svalLen, start);
+        }
+    }
+    trace("oobMR_getPDInfo(PDSERIALNUMBER):vendor_specific='%s', sval='%s'\n", inquirySerial.text, sval);
+}
