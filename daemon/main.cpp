@@ -1,0 +1,113 @@
+// The daemon's way from start to end: start-up as named steps, then one pass a minute.
+
+#include "daemon/logRotation.h"
+#include "daemon/logs.h"
+#include "daemon/pause.h"
+#include "daemon/signals.h"
+#include "platform/csm.h"
+#include "platform/host.h"
+#include "platform/procmanager.h"
+#include "rst/dqmiConnection.h"
+#include "rst/updateCycle.h"
+#include "sysinfo/agentStatus.h"
+#include "sysinfo/systemInfoCycle.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr unsigned PASS_SECONDS = 60;
+constexpr int STATUS_PERIOD = 2; // passes
+constexpr int TREE_PERIOD = 5;   // passes
+
+clock_t g_startTicks; // processor time used before the daemon was one; for a debugger
+
+struct PassState {
+    int statusPhase = STATUS_PERIOD; // 1: this pass reports
+    int treeCountdown = 0;           // 0: this pass updates the tree
+};
+
+// There are no options: whatever getopt finds is a question about the usage.
+void rejectOptions(int argc, char* argv[]) {
+    if (getopt(argc, argv, "h?") == -1) return;
+    const char* slash = strrchr(argv[0], '/');
+    printf("Usage: %s\n", slash == nullptr ? argv[0] : slash + 1);
+    printf("\n");
+    exit(0);
+}
+
+void logStart(const char* program) {
+    const time_t now = hostTime().seconds;
+    char text[64] = ""; // with the newline of ctime: the record spans two lines
+    ctime_r(&now, text);
+    logMessage("%s\tstarted %s version %s pid:%d\n", text, program, DAEMON_VERSION, getpid());
+}
+
+void registerDaemon() {
+    g_procMonRegistered = ProcMonitorRegister(DAEMON_PATH, 0, DAEMON_NAME, 0, nullptr) == 0 ? 1 : 0;
+    g_mainPid = getpid();
+}
+
+// The thread starts with the daemon's signals blocked: their handlers are the main thread's.
+int startAgentThread(pthread_t& thread) {
+    blockDaemonSignals();
+    const int result = hostStartThread(&thread, agentStatusThread);
+    unblockDaemonSignals();
+    return result;
+}
+
+void enterVar() {
+    umask(0);
+    HostPathBuffer buffer;
+    if (chdir(hostPath("/var", buffer)) != 0) return; // nothing here depends on it
+}
+
+void runPass(PassState& pass) {
+    rotateLogFile(); // first, so that the pass's own lines stay
+    systemInfoCycle();
+    if (pass.statusPhase == 1) {
+        updateSystemStatus();
+        pass.statusPhase = STATUS_PERIOD;
+    } else {
+        pass.statusPhase = 1;
+    }
+    if (pass.treeCountdown == 0) {
+        updateRAIDStorageTree();
+        pass.treeCountdown = TREE_PERIOD;
+    }
+    pauseSeconds(PASS_SECONDS);
+    --pass.treeCountdown;
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    rejectOptions(argc, argv);
+    const pid_t child = fork();
+    if (child != 0) return child == -1 ? -1 : 0;
+    if (setsid() == -1) return -2;
+    g_startTicks = clock();
+
+    openLogFile();
+    logStart(argv[0]);
+    registerDaemon();
+    installSignalHandlers();
+    atexit(onExit);
+    pthread_t agentThread;
+    const int threadResult = startAgentThread(agentThread);
+    hostSyslog("deamon version " DAEMON_VERSION " started.");
+    enterVar();
+    openDQMIConnectionOnce();
+    CSM_Init();
+
+    PassState pass;
+    while (g_running != 0) runPass(pass);
+
+    if (threadResult == 0) pthread_cancel(agentThread);
+    return 0;
+}

@@ -1,0 +1,137 @@
+#include "daemon/signals.h"
+
+#include "daemon/logs.h"
+#include "daemon/pause.h"
+#include "platform/host.h"
+#include "platform/procmanager.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <unistd.h>
+
+std::atomic<unsigned char> g_running = 1;
+std::atomic<int> g_procMonRegistered = 0;
+
+namespace {
+
+constexpr char STOP_TEXT[] = "demon version " DAEMON_VERSION " stopped.";
+
+std::atomic<bool> g_stopNoted = false;
+
+void changeSignalMask(int how) {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGTERM, SIGINT, SIGUSR1, SIGALRM}) sigaddset(&signals, signal);
+    pthread_sigmask(how, &signals, nullptr);
+}
+
+// Nothing is to interrupt the exit but its time limit.
+[[noreturn]] void endDaemon() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGTERM, SIGINT, SIGUSR1}) sigaddset(&signals, signal);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    startGiveUpTimer();
+    exit(0);
+}
+
+void noteTermination(int signal) {
+    HandlerLine().add("ZEB_MIRA_Update got signal ").add(signal).add("\n").write();
+    if (getpid() != g_mainPid) return;
+    HandlerLine().add("ZEB_MIRA_Update: Yes, the signal was for me!\n").write();
+    g_running = 0;
+}
+
+void onTerminateSignal(int signal) {
+    const bool isRequest = signal == SIGTERM || signal == SIGUSR1; // else a fault of the program: at once
+    if (isRequest && deferSignal(signal)) return;
+    noteTermination(signal);
+    for (const int other : {SIGTERM, SIGABRT, SIGSEGV, SIGKILL, SIGTRAP, SIGBUS, SIGILL}) std::signal(other, SIG_DFL);
+    endDaemon();
+}
+
+void noteInterrupt() {
+    HandlerLine().add("ZEB_MIRA_Update got signal 2 \n").write();
+}
+
+void noteRegistration() {
+    HandlerLine().add("ZEB_MIRA_Update is registered ").add(g_procMonRegistered).add(" \n").write();
+}
+
+void onInterruptSignal(int signal) {
+    if (deferSignal(signal)) return;
+    noteInterrupt();
+    if (getpid() != g_mainPid) {
+        HandlerLine()
+            .add("ZEB_MIRA_Update child process ")
+            .add(getpid())
+            .add(" got a signal ")
+            .add(signal)
+            .add(",  ZEB_MIRA_Update pid: ")
+            .add(g_mainPid)
+            .add(" \n")
+            .write();
+    } else if (signal == SIGINT) {
+        noteRegistration();
+        startGiveUpTimer();
+        if (g_procMonRegistered != 0) g_procMonRegistered = ProcMonitorDeRegister(DAEMON_PATH);
+    }
+    endDaemon();
+}
+
+// Returns, and so ends the pause that it interrupts.
+void onSnmpdRestartSignal(int signal) {
+    if (signal == SIGUSR1 && deferSignal(signal)) return;
+}
+
+// The time for ending is over: the main thread hangs in a pass, or in the exit.
+void onGiveUp(int) {
+    if (getpid() != g_mainPid) _exit(0);
+    switch (const int signal = getDeferredTermination()) {
+    case 0: break;
+    case SIGINT:
+        noteInterrupt();
+        noteRegistration();
+        break;
+    default: noteTermination(signal);
+    }
+    if (!g_stopNoted.exchange(true)) hostSyslogFromHandler(STOP_TEXT);
+    _exit(0);
+}
+
+} // namespace
+
+void installSignalHandlers() {
+    std::signal(SIGTERM, onTerminateSignal);
+    std::signal(SIGINT, onInterruptSignal);
+    std::signal(SIGUSR1, onTerminateSignal);
+    // SIGKILL is refused, as it must be; the list names every signal that ends the daemon.
+    for (const int fatal : {SIGABRT, SIGSEGV, SIGKILL, SIGTRAP, SIGILL}) std::signal(fatal, onTerminateSignal);
+    std::signal(SIGUSR1, onSnmpdRestartSignal); // the setting in force
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGALRM, onGiveUp);
+}
+
+void blockDaemonSignals() {
+    changeSignalMask(SIG_BLOCK);
+}
+
+void unblockDaemonSignals() {
+    changeSignalMask(SIG_UNBLOCK);
+}
+
+void onExit() {
+    if (getpid() == g_mainPid) {
+        if (!g_stopNoted.exchange(true)) hostSyslog(STOP_TEXT);
+        g_running = 0;
+    } else {
+        HandlerLine()
+            .add("ZEB_MIRA_Update child process ")
+            .add(getpid())
+            .add(" exit,  ZEB_MIRA_Update pid: ")
+            .add(g_mainPid)
+            .add(" \n")
+            .write();
+    }
+    if (const int fd = g_logFd.exchange(-1); fd != -1) close(fd);
+}
