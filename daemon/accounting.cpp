@@ -44,10 +44,9 @@ void* callocAccounted(size_t count, size_t size) {
 }
 
 void freeAccounted(void* block) {
-    const unsigned address = traceAddress(block);
     if (g_traceEnabled != 0) delete_my_memory(block, g_allocCount);
+    trace("FREE:address= 0x%x (%d)\n", traceAddress(block), int(traceAddress(block)));
     free(block);
-    trace("FREE:address= 0x%x (%d)\n", address, int(address));
 }
 
 void freeUnnoted(void* block) {

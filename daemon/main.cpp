@@ -49,7 +49,7 @@ void logStart(const char* program) {
 }
 
 void registerDaemon() {
-    g_procMonRegistered = ProcMonitorRegister(DAEMON_PATH, 0, DAEMON_NAME, 0, nullptr) == 0 ? 1 : 0;
+    g_procMonRegistered = ProcMonitorRegister(DAEMON_PATH, 0, DAEMON_NAME, 0, 0) == 0 ? 1 : 0;
     g_mainPid = getpid();
 }
 

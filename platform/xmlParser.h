@@ -3,6 +3,7 @@
 // The XML library (libXMLParser): documents of elements and texts. Nodes belong to a document and live
 // until freeXMLDoc; an element made by createElement belongs to the youngest document not yet freed.
 // Texts are copied, and cleaned as they enter: what XML forbids or what is not UTF-8 becomes U+FFFD.
+// All calls come from one thread.
 
 #include <cstddef>
 #include <cstdint>
@@ -36,24 +37,28 @@ extern "C" {
 
 XMLDoc* createXMLDoc(void);               // NULL: no memory
 void freeXMLDoc(XMLDoc* document);        // with every node; NULL is accepted
-XMLNode* createElement(const char* name); // without a parent; NULL: no memory, no document
-int setDocumentElement(XMLDoc* document, XMLNode* element);
+XMLNode* createElement(const char* name); // without a parent; NULL: no memory, no document, no name in XML
+int setDocumentElement(XMLDoc* document, XMLNode* element); // 1: a NULL, another document's, or one with a parent
 
-// XP_SUCCESS, or 1 when a node is NULL or memory is short.
-int appendChild(XMLNode* parent, XMLNode* child); // as the last child
+// XP_SUCCESS, or 1 and nothing changed: a node is NULL or no element, the name is none in XML, or memory is short.
+// A NULL text or value counts as an empty one.
+int appendChild(XMLNode* parent, XMLNode* child); // as the last; 1 also: other document, placed already, an ancestor
 int appendTextChild(XMLNode* parent, const char* name, const char* text);
 int appendIntegerChild(XMLNode* parent, const char* name, int32_t value);
-int setAttribute(XMLNode* element, const char* name, const char* value);              // replaces one of the same name
-int getAttribute(const XMLNode* element, const char* name, char* value, size_t size); // 1 also: no such attribute
+int setAttribute(XMLNode* element, const char* name, const char* value); // replaces one of the same name
+// 1 also: no such attribute (the value is then empty), or longer than size - 1 (cut between characters).
+int getAttribute(const XMLNode* element, const char* name, char* value, size_t size);
 
-// Descendants of `within` in document order; NULL: none (further).
+// Elements below `within` in document order, from behind `after` on; NULL: none (further).
 XMLNode* findXmlNode(XMLNode* within, const char* name);
 XMLNode* findNextXmlNode(XMLNode* within, XMLNode* after, const char* name);
 
-XMLDoc* parseText(XMLWorkArea* workArea, const char* text); // NULL: getErrorText tells why
-const char* getErrorText(const XMLWorkArea* workArea);
+// At most 16 MiB, 64 levels, no document type. NULL: getErrorText tells why. A NULL work area is accepted.
+XMLDoc* parseText(XMLWorkArea* workArea, const char* text);
+const char* getErrorText(const XMLWorkArea* workArea); // of the last call with this area; "" after a success
 
-// The whole document as one malloc'ed text, the caller's; NULL: no memory, no root, another encoding than "UTF-8".
+// The whole document as one malloc'ed text, the caller's; NULL: no memory, no root, another encoding than "UTF-8",
+// another form than (0, 1): each element on its own line, with the declaration before the first.
 char* writeXMLEnhancedForBf(XMLWorkArea* workArea, const XMLDoc* document, const char* encoding, int compact,
                             int declaration);
 }

@@ -31,8 +31,9 @@ uint8_t getSignature(const SataIdentifyData& sata) {
 }
 
 // ATA texts have the two characters of each word swapped.
-template <size_t width> TrimmedText<width> getAtaText(const SataIdentifyData& sata, size_t offset) {
-    TrimmedText<width> result{};
+template <size_t width>
+FieldText<width> getAtaText(const SataIdentifyData& sata, size_t offset) {
+    FieldText<width> result{};
     for (size_t i = 0; i < width; ++i) result.text[i] = char(sata.bytes[offset + (i ^ 1)]);
     return result;
 }

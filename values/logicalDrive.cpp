@@ -181,8 +181,7 @@ void formText(int paramID, const LogicalDrive& drive, char* sval, int svalLen) {
     switch (paramID) {
     case LD_RAID_LEVEL:
         return copyText(sval, svalLen, raid_GetRaidLevel(params.primaryRaidLevel, params.spanDepth, params.numDrives));
-    case LD_STRIPE_SIZE:
-        return copyText(sval, svalLen, raid_GetStripeSize(drive.info->ldConfig.params.stripeSize));
+    case LD_STRIPE_SIZE: return copyText(sval, svalLen, raid_GetStripeSize(drive.info->ldConfig.params.stripeSize));
     case LD_NAME: return setName(drive, sval, svalLen);
     case LD_INIT_STATE: return copyText(sval, svalLen, getInitStateText(drive, isSsdCache));
     case LD_WRITE_MODE:

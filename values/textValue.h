@@ -13,12 +13,22 @@ void clearText(char* target, int size);
 void copyText(char* target, int size, const char* text);
 void copyText(char* target, int size, const char* text, size_t length);
 
-// A text field of fixed width that may lack its NUL: ended, and blanks cut at both ends.
-template <size_t width> struct TrimmedText {
+// The text of a field of fixed width, which may lack its NUL.
+template <size_t width>
+struct FieldText {
     char text[width + 1];
 };
-template <size_t width> TrimmedText<width> trimField(const char (&field)[width]) {
-    TrimmedText<width> trimmed{};
+
+// As it stands, and with the blanks cut at both ends.
+template <size_t width>
+FieldText<width> endField(const char (&field)[width]) {
+    FieldText<width> ended{};
+    copyText(ended.text, sizeof ended.text, field, width);
+    return ended;
+}
+template <size_t width>
+FieldText<width> trimField(const char (&field)[width]) {
+    FieldText<width> trimmed{};
     raid_StrncpyTrim(trimmed.text, field, width);
     return trimmed;
 }

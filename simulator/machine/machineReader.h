@@ -1,0 +1,19 @@
+#pragma once
+
+// Reads a machine file.
+
+#include "simulator/machine/machine.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace sim {
+
+struct MachineReading {
+    std::unique_ptr<Machine> machine; // NULL: `fault` says what does not fit, and where
+    std::string fault;
+};
+MachineReading readMachine(std::string_view text);
+
+} // namespace sim

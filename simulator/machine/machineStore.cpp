@@ -1,0 +1,124 @@
+#include "simulator/machine/machineStore.h"
+
+#include "simulator/machine/machineReader.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <exception>
+#include <fcntl.h>
+#include <unistd.h>
+#include <utility>
+
+namespace sim {
+namespace {
+
+constexpr off_t LARGEST_FILE = off_t{64} << 20;
+
+struct FileText {
+    std::string text;
+    std::string fault; // empty: `text` is the file
+    FileIdentity identity;
+};
+
+FileText readFile(const std::string& path) {
+    FileText result;
+    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    struct stat status = {};
+    if (descriptor < 0 || fstat(descriptor, &status) != 0) {
+        result.fault = strerror(errno);
+    } else {
+        result.identity = identityOf(status);
+        if (!S_ISREG(status.st_mode)) result.fault = "not a regular file";
+        if (status.st_size > LARGEST_FILE) result.fault = "longer than 64 MiB";
+    }
+    if (result.fault.empty()) {
+        result.text.resize(static_cast<size_t>(status.st_size));
+        const ssize_t length = read(descriptor, result.text.data(), result.text.size());
+        if (length < 0) result.fault = strerror(errno);
+        result.text.resize(static_cast<size_t>(std::max<ssize_t>(length, 0)));
+    }
+    if (descriptor >= 0) close(descriptor);
+    return result;
+}
+
+MachineStore& theStore() {
+    static MachineStore& store = *new MachineStore(std::string(rootDirectory()) + "/machine.json"); // outlives exit
+    return store;
+}
+
+} // namespace
+
+MachineStore::MachineStore(std::string path) : path_(std::move(path)), machine_(std::make_shared<Machine>()) {}
+
+void MachineStore::refresh() {
+    const FileIdentity seen = identityOf(path_);
+    if (looked_ && seen == identity_) return;
+    try {
+        FileText file = readFile(path_);
+        looked_ = true;
+        identity_ = file.identity;
+        MachineReading reading;
+        reading.fault = file.fault;
+        if (file.fault.empty()) reading = readMachine(file.text);
+        if (reading.machine != nullptr) {
+            machine_ = std::move(reading.machine);
+        } else {
+            reportFault(path_ + ": " + reading.fault + "; the machine stays as it was");
+        }
+    } catch (const std::exception&) { // no memory: the next call tries again
+        looked_ = false;
+    }
+}
+
+std::shared_ptr<const Machine> MachineStore::current() {
+    const NotCancelled guard;
+    const std::lock_guard lock(mutex_);
+    refresh();
+    return machine_;
+}
+
+std::shared_ptr<const Controllers> MachineStore::take() {
+    const NotCancelled guard;
+    const std::lock_guard lock(mutex_);
+    refresh();
+    handedOver_ = true;
+    controllers_ = machine_->controllers;
+    return controllers_;
+}
+
+std::shared_ptr<const Controllers> MachineStore::taken() {
+    const NotCancelled guard;
+    const std::lock_guard lock(mutex_);
+    refresh();
+    if (!handedOver_) {
+        handedOver_ = true;
+        controllers_ = machine_->controllers;
+    }
+    return controllers_;
+}
+
+std::shared_ptr<const Machine> currentMachine() {
+    return theStore().current();
+}
+
+std::shared_ptr<const Controllers> takeControllers() {
+    return theStore().take();
+}
+
+std::shared_ptr<const Controller> findController(uint32_t id) {
+    const std::shared_ptr<const Controllers> controllers = theStore().taken();
+    if (controllers == nullptr) return nullptr;
+    const auto found = std::find_if(controllers->begin(), controllers->end(),
+                                    [id](const Controller& controller) { return controller.id == id; });
+    return found != controllers->end() ? std::shared_ptr<const Controller>(controllers, &*found) : nullptr;
+}
+
+size_t copyRecord(const Bytes& record, void* buffer, size_t length) {
+    const size_t copied = std::min(record.size(), length);
+    if (buffer == nullptr || copied == 0) return 0;
+    memcpy(buffer, record.data(), copied);
+    return copied;
+}
+
+} // namespace sim

@@ -1,0 +1,34 @@
+#pragma once
+
+// Keeps the description of a machine file up to date; thread-safe.
+
+#include "simulator/machine/machine.h"
+#include "simulator/machine/root.h"
+
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace sim {
+
+class MachineStore {
+  public:
+    explicit MachineStore(std::string path);
+
+    std::shared_ptr<const Machine> current();
+    std::shared_ptr<const Controllers> take();
+    std::shared_ptr<const Controllers> taken(); // from the first description if nothing was taken yet
+
+  private:
+    void refresh();
+
+    const std::string path_;
+    std::mutex mutex_;
+    bool looked_ = false;
+    FileIdentity identity_;
+    std::shared_ptr<const Machine> machine_;
+    bool handedOver_ = false;
+    std::shared_ptr<const Controllers> controllers_;
+};
+
+} // namespace sim

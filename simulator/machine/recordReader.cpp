@@ -1,0 +1,110 @@
+#include "simulator/machine/recordReader.h"
+
+#include "simulator/machine/jsonNode.h"
+
+#include <cstring>
+#include <optional>
+#include <utility>
+
+namespace sim {
+namespace {
+
+constexpr uint64_t LARGEST_RECORD = uint64_t{1} << 20;
+
+int hexDigit(char character) {
+    if (character >= '0' && character <= '9') return character - '0';
+    if (character >= 'a' && character <= 'f') return character - 'a' + 10;
+    if (character >= 'A' && character <= 'F') return character - 'A' + 10;
+    return -1;
+}
+
+void store(const Node& node, Bytes& record, uint64_t offset, const void* bytes, size_t size) {
+    if (offset + size > record.size())
+        node.fail("lies beyond the record's " + std::to_string(record.size()) + " bytes");
+    if (size > 0) memcpy(record.data() + offset, bytes, size);
+}
+
+void readStruct(const Node& node, Bytes& record, uint64_t offset, std::span<const Field> fields);
+
+void readValue(const Node& node, Bytes& record, uint64_t offset, const Field& field) {
+    if (field.kind == FieldKind::Struct) {
+        readStruct(node, record, offset, field.members);
+    } else if (field.kind == FieldKind::Number) {
+        const uint64_t number = readUnsigned(node, UINT64_MAX >> (64 - 8 * field.size));
+        store(node, record, offset, &number, field.size);
+    } else {
+        const std::string& text = readText(node);
+        if (text.size() > field.size) node.fail("is longer than " + std::to_string(field.size) + " bytes");
+        store(node, record, offset, text.data(), text.size());
+    }
+}
+
+void readField(const Node& node, Bytes& record, uint64_t offset, std::span<const Field> fields) {
+    const auto field =
+        std::find_if(fields.begin(), fields.end(), [&](const Field& candidate) { return candidate.name == node.key; });
+    if (field == fields.end()) node.fail("unknown member");
+    if (field->count == 0) {
+        readValue(node, record, offset + field->offset, *field);
+        return;
+    }
+    forEachElement(node, field->count, [&](const Node& element) {
+        readValue(element, record, offset + field->offset + element.index * field->size, *field);
+    });
+}
+
+void readStruct(const Node& node, Bytes& record, uint64_t offset, std::span<const Field> fields) {
+    forEachMember(node, [&](const Node& member) { readField(member, record, offset, fields); });
+}
+
+// Lays the raw bytes over the record; without a size the record grows to hold them.
+void readRaw(const Node& raw, Bytes& record, bool grows) {
+    forEachMember(raw, [&](const Node& member) {
+        const uint64_t offset = numberOf(member, LARGEST_RECORD);
+        const Bytes bytes = readHex(member);
+        if (grows) record.resize(std::max<size_t>(record.size(), offset + bytes.size()));
+        store(member, record, offset, bytes.data(), bytes.size());
+    });
+}
+
+Bytes readRecord(const Node& node, std::optional<uint64_t> size, std::span<const Field> fields) {
+    if (!node.json.is_object()) node.fail("must be an object or null");
+    if (const auto other = node.json.find("size"); other != node.json.end())
+        size = readUnsigned({*other, &node, "size"}, LARGEST_RECORD);
+    Bytes record(size.value_or(0));
+    forEachMember(node, [&](const Node& member) {
+        if (member.key != "size" && member.key != "raw") readField(member, record, 0, fields);
+    });
+    if (const auto raw = node.json.find("raw"); raw != node.json.end())
+        readRaw({*raw, &node, "raw"}, record, !size.has_value());
+    return record;
+}
+
+} // namespace
+
+// Pairs of hexadecimal digits; blanks may stand between pairs.
+Bytes readHex(const Node& node) {
+    const std::string& text = readText(node);
+    Bytes bytes;
+    for (size_t i = 0; i < text.size();) {
+        if (text[i] == ' ') {
+            ++i;
+            continue;
+        }
+        const int high = hexDigit(text[i]);
+        const int low = i + 1 < text.size() ? hexDigit(text[i + 1]) : -1;
+        if (high < 0 || low < 0) node.fail("must be pairs of hexadecimal digits");
+        bytes.push_back(static_cast<uint8_t>(high * 16 + low));
+        i += 2;
+    }
+    return bytes;
+}
+
+Bytes readRecord(const Node& node, const RecordLayout& layout) {
+    return readRecord(node, layout.size, layout.members);
+}
+
+Bytes readRecord(const Node& node) {
+    return readRecord(node, std::nullopt, {});
+}
+
+} // namespace sim

@@ -1,0 +1,99 @@
+// Stand-in for libzeb_RaidHelper: physical drives.
+
+#include "platform/storelib.h"
+
+#include "simulator/machine/callLog.h"
+#include "simulator/raid/codeText.h"
+#include "simulator/raid/enclosureNumber.h"
+#include "simulator/raid/reads.h"
+
+#include <bit>
+
+namespace {
+
+constexpr sim::CodeText INTERFACE_TYPES[] = {{1, "Parallel SCSI"}, {2, "SAS"}, {3, "SATA"}, {4, "Fibre Channel"}};
+
+constexpr sim::CodeText FIRMWARE_STATES[] = {{0x00, "Unconfigured Good"},
+                                             {0x01, "Unconfigured Bad"},
+                                             {0x02, "Hot Spare"},
+                                             {0x10, "Offline"},
+                                             {0x11, "Failed"},
+                                             {0x14, "Rebuild"},
+                                             {0x18, "Online"},
+                                             {0x20, "Copyback"},
+                                             {0x40, "Pass-through"},
+                                             {0x80, "Unconfigured, Probed"},
+                                             {0x82, "Hot Spare, Probed"},
+                                             {0x90, "Configured, Probed"}};
+
+constexpr sim::CodeText POWER_STATES[] = {
+    {0, "Active"}, {1, "Spun Down"}, {2, "Spinning Up"}, {3, "Spinning Down"}, {0xFF, "Powered Off"}};
+
+int readSpeed(const char* call, uint32_t ctrlId, uint16_t deviceId, std::optional<uint32_t> sim::Device::*member,
+              uint32_t* rpm) {
+    const std::shared_ptr<const sim::Device> device = sim::findDevice(ctrlId, deviceId);
+    if (rpm == nullptr) return sim::traced(call, {ctrlId, deviceId}, sim::RAID_BAD_ARGUMENT);
+    if (device == nullptr || !((*device).*member))
+        return sim::traced(call, {ctrlId, deviceId}, sim::RAID_NOT_AVAILABLE);
+    *rpm = *((*device).*member);
+    return sim::traced(call, {ctrlId, deviceId}, sim::RAID_OK, {rpm, sizeof *rpm});
+}
+
+} // namespace
+
+int raid_PhysicalDeviceGetInfo(uint32_t ctrlId, uint16_t deviceId, MR_PD_INFO* info) {
+    const auto [status, copied] = sim::readDeviceRecord(ctrlId, deviceId, "MR_PD_INFO", info, sizeof *info);
+    return sim::traced("raid_PhysicalDeviceGetInfo", {ctrlId, deviceId}, status,
+                       {status == sim::RAID_OK ? info : nullptr, copied});
+}
+
+int raid_FirePDSATAPassthru_Identify(uint32_t ctrlId, uint16_t deviceId, void* identifyData) {
+    const auto [status, copied] =
+        sim::readDeviceRecord(ctrlId, deviceId, "SATA_IDENTIFY", identifyData, SATA_IDENTIFY_SIZE);
+    return sim::traced("raid_FirePDSATAPassthru_Identify", {ctrlId, deviceId}, status,
+                       {status == sim::RAID_OK ? identifyData : nullptr, copied});
+}
+
+// The lowest connected port; 0 when there is none.
+int raid_PhysicalDeviceGetPortNumber(const MR_PD_INFO* device, const MR_CTRL_INFO* controller) {
+    const uint8_t ports = device != nullptr ? device->connectedPortBitmap : uint8_t{0};
+    return sim::traced("raid_PhysicalDeviceGetPortNumber",
+                       {sim::CallValue(device, sizeof *device), sim::CallValue(controller, sizeof *controller)},
+                       ports != 0 ? std::countr_zero(ports) : 0);
+}
+
+int raid_PhysicalDriveGetEnclosureNumber(const MR_PD_INFO* drive, const MR_CTRL_INFO* controller,
+                                         const MR_SAS_CONNECTORS* connectors, const MR_ENCL_LIST* enclosures) {
+    const int number = drive != nullptr ? sim::enclosureNumber(drive->enclDeviceId, enclosures) : 0;
+    return sim::traced("raid_PhysicalDriveGetEnclosureNumber",
+                       {sim::CallValue(drive, sizeof *drive), sim::CallValue(controller, sizeof *controller),
+                        sim::CallValue(connectors, sizeof *connectors), sim::CallValue(enclosures, sizeof *enclosures)},
+                       number);
+}
+
+int raid_PhysicalDriveGetSasRotationalSpeed(uint32_t ctrlId, uint16_t deviceId, uint32_t* rpm) {
+    return readSpeed("raid_PhysicalDriveGetSasRotationalSpeed", ctrlId, deviceId, &sim::Device::sasRpm, rpm);
+}
+
+int raid_PhysicalDriveGetAtaRotationalSpeed(uint32_t ctrlId, uint16_t deviceId, uint32_t* rpm) {
+    return readSpeed("raid_PhysicalDriveGetAtaRotationalSpeed", ctrlId, deviceId, &sim::Device::ataRpm, rpm);
+}
+
+int raid_PhysicalGetDriveTemperature(uint32_t ctrlId, uint16_t deviceId) {
+    const std::shared_ptr<const sim::Device> device = sim::findDevice(ctrlId, deviceId);
+    return sim::traced("raid_PhysicalGetDriveTemperature", {ctrlId, deviceId},
+                       device != nullptr ? device->temperature.value_or(0) : 0);
+}
+
+const char* raid_GetDeviceInterfaceType(uint8_t interface) {
+    return sim::traced("raid_GetDeviceInterfaceType", {interface},
+                       sim::codeText(INTERFACE_TYPES, interface, "Unknown"));
+}
+
+const char* raid_GetHddFirmwareState(uint16_t fwState) {
+    return sim::traced("raid_GetHddFirmwareState", {fwState}, sim::codeText(FIRMWARE_STATES, fwState, "Unknown"));
+}
+
+const char* raid_GetHddPowerState(uint8_t powerState) {
+    return sim::traced("raid_GetHddPowerState", {powerState}, sim::codeText(POWER_STATES, powerState, "Unknown"));
+}

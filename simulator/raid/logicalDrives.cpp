@@ -1,0 +1,96 @@
+// Stand-in for libzeb_RaidHelper: logical drives.
+
+#include "platform/storelib.h"
+
+#include "simulator/machine/callLog.h"
+#include "simulator/raid/codeText.h"
+#include "simulator/raid/reads.h"
+
+namespace {
+
+// A cache policy byte holds three policies of two bits each.
+constexpr uint8_t writePolicy(uint8_t policy) {
+    return policy & 3;
+}
+constexpr uint8_t readPolicy(uint8_t policy) {
+    return policy >> 2 & 3;
+}
+constexpr uint8_t ioPolicy(uint8_t policy) {
+    return policy >> 4 & 3;
+}
+
+constexpr sim::CodeText WRITE_POLICIES[] = {{0, "Write-through"}, {1, "Write-back"}, {2, "Always Write-back"}};
+constexpr sim::CodeText READ_POLICIES[] = {{0, "No Read-ahead"}, {1, "Read-ahead"}, {2, "Adaptive Read-ahead"}};
+constexpr sim::CodeText IO_POLICIES[] = {{0, "Direct"}, {1, "Cached"}};
+constexpr sim::CodeText ACCESS_POLICIES[] = {{0, "Read/Write"}, {1, "Read Only"}, {2, "Blocked"}, {3, "Hidden"}};
+constexpr sim::CodeText DISK_CACHE_POLICIES[] = {{0, "Unchanged"}, {1, "Enabled"}, {2, "Disabled"}};
+constexpr sim::CodeText STATES[] = {{0, "Offline"}, {1, "Partially Degraded"}, {2, "Degraded"}, {3, "Optimal"}};
+
+// 512 bytes times two to the power of the code.
+constexpr sim::CodeText STRIPE_SIZES[] = {{0, "512 B"},  {1, "1 KB"},   {2, "2 KB"},    {3, "4 KB"},
+                                          {4, "8 KB"},   {5, "16 KB"},  {6, "32 KB"},   {7, "64 KB"},
+                                          {8, "128 KB"}, {9, "256 KB"}, {10, "512 KB"}, {11, "1 MB"},
+                                          {12, "2 MB"},  {13, "4 MB"},  {14, "8 MB"},   {15, "16 MB"}};
+
+constexpr sim::CodeText RAID_LEVELS[] = {{0, "RAID-0"}, {1, "RAID-1"}, {3, "RAID-3"}, {5, "RAID-5"}, {6, "RAID-6"}};
+constexpr sim::CodeText SPANNED_RAID_LEVELS[] = {
+    {0, "RAID-00"}, {1, "RAID-10"}, {3, "RAID-30"}, {5, "RAID-50"}, {6, "RAID-60"}};
+
+const char* raidLevel(uint8_t primaryLevel, uint8_t spanDepth, uint8_t drivesPerSpan) {
+    if (spanDepth > 1) return sim::codeText(SPANNED_RAID_LEVELS, primaryLevel, "Unknown");
+    if (primaryLevel == 1 && drivesPerSpan > 2) return "RAID-1E";
+    return sim::codeText(RAID_LEVELS, primaryLevel, "Unknown");
+}
+
+} // namespace
+
+int raid_LogicalDriveGetInfo(uint32_t ctrlId, uint8_t targetId, MR_LD_INFO* info) {
+    const auto [status, copied] = sim::readLogicalDriveRecord(ctrlId, targetId, "MR_LD_INFO", info, sizeof *info);
+    return sim::traced("raid_LogicalDriveGetInfo", {ctrlId, targetId}, status,
+                       {status == sim::RAID_OK ? info : nullptr, copied});
+}
+
+int raid_LogicalDriveGetProgress(uint32_t ctrlId, uint8_t targetId, MR_LD_PROGRESS* progress, uint32_t* secondWord) {
+    const auto [status, copied] =
+        sim::readLogicalDriveRecord(ctrlId, targetId, "MR_LD_PROGRESS", progress, sizeof *progress);
+    if (status == sim::RAID_OK && secondWord != nullptr) *secondWord = 0;
+    return sim::traced("raid_LogicalDriveGetProgress", {ctrlId, targetId}, status,
+                       {status == sim::RAID_OK ? progress : nullptr, copied});
+}
+
+const char* raid_GetRaidLevel(uint8_t primaryRaidLevel, uint8_t spanDepth, uint8_t drivesPerSpan) {
+    return sim::traced("raid_GetRaidLevel", {primaryRaidLevel, spanDepth, drivesPerSpan},
+                       raidLevel(primaryRaidLevel, spanDepth, drivesPerSpan));
+}
+
+const char* raid_GetStripeSize(uint8_t stripeSize) {
+    return sim::traced("raid_GetStripeSize", {stripeSize}, sim::codeText(STRIPE_SIZES, stripeSize, "Unknown"));
+}
+
+const char* raid_GetLogicalDriveCacheWritePolicy(uint8_t policy) {
+    return sim::traced("raid_GetLogicalDriveCacheWritePolicy", {policy},
+                       sim::codeText(WRITE_POLICIES, writePolicy(policy), "Unknown"));
+}
+
+const char* raid_GetLogicalDriveCacheReadPolicy(uint8_t policy) {
+    return sim::traced("raid_GetLogicalDriveCacheReadPolicy", {policy},
+                       sim::codeText(READ_POLICIES, readPolicy(policy), "Unknown"));
+}
+
+const char* raid_GetLogicalDriveCacheIoPolicy(uint8_t policy) {
+    return sim::traced("raid_GetLogicalDriveCacheIoPolicy", {policy},
+                       sim::codeText(IO_POLICIES, ioPolicy(policy), "Unknown"));
+}
+
+const char* raid_GetLogicalDriveAccessPolicy(uint8_t policy) {
+    return sim::traced("raid_GetLogicalDriveAccessPolicy", {policy}, sim::codeText(ACCESS_POLICIES, policy, "Unknown"));
+}
+
+const char* raid_GetPhysicalDriveCachePolicy(uint8_t policy) {
+    return sim::traced("raid_GetPhysicalDriveCachePolicy", {policy},
+                       sim::codeText(DISK_CACHE_POLICIES, policy, "Unknown"));
+}
+
+const char* raid_GetLogicalDriveState(uint8_t state) {
+    return sim::traced("raid_GetLogicalDriveState", {state}, sim::codeText(STATES, state, "Unknown"));
+}

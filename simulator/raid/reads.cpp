@@ -1,0 +1,44 @@
+#include "simulator/raid/reads.h"
+
+namespace sim {
+
+const Bytes* findRecord(const Records& records, std::string_view name) {
+    const auto record = records.find(name);
+    return record != records.end() ? &record->second : nullptr;
+}
+
+ReadResult readInto(const Bytes* record, void* buffer, size_t length) {
+    if (buffer == nullptr) return {RAID_BAD_ARGUMENT, 0};
+    if (record == nullptr) return {RAID_NOT_AVAILABLE, 0};
+    return {RAID_OK, copyRecord(*record, buffer, length)};
+}
+
+ReadResult readControllerRecord(uint32_t ctrlId, std::string_view name, void* buffer, size_t length) {
+    const std::shared_ptr<const Controller> controller = findController(ctrlId);
+    return readInto(controller != nullptr ? findRecord(controller->records, name) : nullptr, buffer, length);
+}
+
+ReadResult readDeviceRecord(uint32_t ctrlId, uint16_t deviceId, std::string_view name, void* buffer, size_t length) {
+    const std::shared_ptr<const Device> device = findDevice(ctrlId, deviceId);
+    return readInto(device != nullptr ? findRecord(device->records, name) : nullptr, buffer, length);
+}
+
+ReadResult readLogicalDriveRecord(uint32_t ctrlId, uint8_t targetId, std::string_view name, void* buffer,
+                                  size_t length) {
+    const std::shared_ptr<const Controller> controller = findController(ctrlId);
+    const Bytes* record = nullptr;
+    if (controller != nullptr) {
+        const auto drive = controller->logicalDrives.find(targetId);
+        if (drive != controller->logicalDrives.end()) record = findRecord(drive->second, name);
+    }
+    return readInto(record, buffer, length);
+}
+
+std::shared_ptr<const Device> findDevice(uint32_t ctrlId, uint16_t deviceId) {
+    const std::shared_ptr<const Controller> controller = findController(ctrlId);
+    if (controller == nullptr) return nullptr;
+    const auto device = controller->devices.find(deviceId);
+    return device != controller->devices.end() ? std::shared_ptr<const Device>(controller, &device->second) : nullptr;
+}
+
+} // namespace sim

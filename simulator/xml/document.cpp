@@ -1,0 +1,80 @@
+#include "simulator/xml/document.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+
+namespace xmlParser {
+
+namespace {
+
+constexpr size_t FIRST_CHUNK_BYTES = 4096 - sizeof(Chunk);
+constexpr size_t LAST_CHUNK_BYTES = 65536 - sizeof(Chunk);
+constexpr size_t ALIGNMENT = alignof(void*);
+
+Document* g_youngest = nullptr;
+
+void* allocateChunk(Document& document, size_t size) {
+    // What would waste much of a chunk gets its own, and the one in use stays in use.
+    const bool alone = size > document.chunkBytes / 4;
+    const size_t bytes = alone ? size : document.chunkBytes;
+    void* memory = size < PTRDIFF_MAX - sizeof(Chunk) ? malloc(sizeof(Chunk) + bytes) : nullptr;
+    if (!memory) {
+        document.visible.allocationFailed = 1;
+        return nullptr;
+    }
+    auto* chunk = new (memory) Chunk{document.chunks};
+    char* start = reinterpret_cast<char*>(chunk + 1);
+    document.chunks = chunk;
+    document.totalBytes += bytes;
+    if (alone) return start;
+    document.free = start + size;
+    document.freeBytes = bytes - size;
+    document.chunkBytes = std::min(2 * bytes + sizeof(Chunk), LAST_CHUNK_BYTES);
+    return start;
+}
+
+} // namespace
+
+void* allocate(Document& document, size_t size) {
+    size = (size + ALIGNMENT - 1) & ~(ALIGNMENT - 1);
+    if (size > document.freeBytes) return allocateChunk(document, size);
+    void* start = document.free;
+    document.free += size;
+    document.freeBytes -= size;
+    return start;
+}
+
+Document* youngestDocument() {
+    return g_youngest;
+}
+
+} // namespace xmlParser
+
+using namespace xmlParser;
+
+XMLDoc* createXMLDoc(void) {
+    void* memory = malloc(sizeof(Document));
+    if (!memory) return nullptr;
+    auto* document = new (memory) Document{};
+    document->chunkBytes = FIRST_CHUNK_BYTES;
+    // Differs from process to process, so that nobody can prepare names that share a slot.
+    const auto ownAddress = uint64_t{reinterpret_cast<uintptr_t>(&g_youngest)};
+    document->nameKey = ownAddress << 24 ^ reinterpret_cast<uintptr_t>(document);
+    document->older = g_youngest;
+    if (g_youngest) g_youngest->younger = document;
+    g_youngest = document;
+    return &document->visible;
+}
+
+void freeXMLDoc(XMLDoc* document) {
+    if (!document) return;
+    auto* whole = reinterpret_cast<Document*>(document);
+    if (whole->older) whole->older->younger = whole->younger;
+    (whole->younger ? whole->younger->older : g_youngest) = whole->older;
+    while (Chunk* chunk = whole->chunks) {
+        whole->chunks = chunk->next;
+        free(chunk);
+    }
+    free(whole);
+}

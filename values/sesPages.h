@@ -1,0 +1,56 @@
+#pragma once
+
+// What the diagnostic pages of an enclosure say of its parts. A page is SES_PAGE_SIZE bytes.
+
+#include "values/enclosure.h"
+#include "values/textValue.h"
+
+#include <cstddef>
+
+// Replaceable unit: a record of SES_PAGE_FRU.
+struct [[gnu::packed]] SesFruRecord {
+    uint8_t reserved0[16];
+    char serialNumber[10];
+    uint8_t reserved26[6];
+    char revision[5];
+    uint8_t reserved37[3];
+};
+static_assert(sizeof(SesFruRecord) == 40);
+static_assert(offsetof(SesFruRecord, serialNumber) == 16);
+static_assert(offsetof(SesFruRecord, revision) == 32);
+
+// SES_PAGE_FRU: records of the processor, then of two power supplies.
+struct [[gnu::packed]] SesFruPage {
+    uint8_t header[4];
+    SesFruRecord processor;
+    SesFruRecord powerSupply[2];
+};
+static_assert(offsetof(SesFruPage, processor) == 4);
+static_assert(offsetof(SesFruPage, powerSupply) == 44);
+
+SesFruPage getFruPage(const uint8_t* page);
+
+// The field up to its first character that is not printable.
+template <size_t width>
+FieldText<width> getPrintableText(const char (&field)[width]) {
+    FieldText<width> printable{};
+    for (size_t i = 0; i < width && field[i] >= ' ' && field[i] <= '~'; ++i) printable.text[i] = field[i];
+    return printable;
+}
+
+// Descriptor text of one element in SES_PAGE_ELEMENT_DESCRIPTORS; it lies in the page and has no NUL.
+struct SesDescriptor {
+    const char* text; // NULL: the page ends before it
+    size_t length;
+};
+
+// Element `index` of the type that follows `typesBefore` others, in the order of the status block, whose counts
+// tell how many descriptors each type has. status may be NULL: there is no text then.
+SesDescriptor findDescriptor(const uint8_t* page, const SL_ENCL_STATUS_T* status, uint32_t typesBefore, uint32_t index);
+constexpr uint32_t SES_TYPES_BEFORE_POWER_SUPPLIES = 1;
+constexpr uint32_t SES_TYPES_BEFORE_PROCESSOR = 5;
+
+// What follows the marker ("SN: ", "REV: ") in a descriptor text, up to the end of its line; empty without it.
+constexpr const char* SES_MARKER_SERIAL_NUMBER = "SN: ";
+constexpr const char* SES_MARKER_REVISION = "REV: ";
+void copyMarkedText(const SesDescriptor& descriptor, const char* marker, char* sval, int svalLen);
