@@ -3,6 +3,7 @@
 #include "platform/appHelper.h"
 
 #include "simulator/machine/callLog.h"
+#include "simulator/machine/machine.h"
 
 #include <cstring>
 #include <ctime>
@@ -31,4 +32,8 @@ int etcGetDateAndTime(int64_t seconds, char* text, size_t size) {
     const bool done =
         text != nullptr && localTime(seconds, local) && strftime(text, size, "%Y-%m-%d %H:%M:%S", &local) > 0;
     return answer("etcGetDateAndTime", seconds, text, size, done);
+}
+
+int etcGetDefaultLanChannelNumber(void) {
+    return sim::traced("etcGetDefaultLanChannelNumber", {}, sim::currentMachine()->ipmi.lanChannel);
 }

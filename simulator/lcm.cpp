@@ -6,6 +6,8 @@
 #include "simulator/machine/machine.h"
 #include "simulator/machine/root.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <exception>
 #include <mutex>
 
@@ -46,6 +48,7 @@ bool readItem(uint16_t id, void* buffer, uint32_t length, size_t& copied) {
 
 bool writeItem(uint16_t id, const void* data, uint32_t length) {
     if (data == nullptr && length > 0) return false;
+    if (sim::currentMachine()->configSpaceWriteFails.contains(id)) return false;
     const auto* bytes = static_cast<const uint8_t*>(data);
     try {
         const sim::NotCancelled guard;
@@ -63,6 +66,34 @@ bool isAgentsRequest(uint8_t netFn, uint8_t command, uint32_t length, const void
            request != nullptr && static_cast<const uint8_t*>(request)[AGENTS_REQUEST_LENGTH - 1] == AGENTS_REQUEST_END;
 }
 
+// NULL: the parameter or the instance is not described.
+const std::vector<sim::ParameterValue>* findValues(const sim::ParameterGroups& groups, const char* group,
+                                                   const char* name, int32_t instance) {
+    if (group == nullptr || name == nullptr) return nullptr;
+    const auto inGroup = groups.find(group);
+    if (inGroup == groups.end()) return nullptr;
+    const auto instances = inGroup->second.find(name);
+    if (instances == inGroup->second.end()) return nullptr;
+    const auto values = instances->second.find(instance);
+    return values != instances->second.end() ? &values->second : nullptr;
+}
+
+// A block of the value's own size, so that a read beyond it shows.
+void* copyValue(const std::optional<sim::Bytes>& value) {
+    if (!value) return nullptr;
+    void* block = malloc(std::max<size_t>(value->size(), 1));
+    if (block != nullptr) sim::copyRecord(*value, block, value->size());
+    return block;
+}
+
+LCMParamEntry* makeTable(const std::vector<sim::ParameterValue>& values) {
+    auto* table = static_cast<LCMParamEntry*>(calloc(std::max<size_t>(values.size(), 1), sizeof(LCMParamEntry)));
+    if (table == nullptr) return nullptr;
+    for (size_t i = 0; i < values.size(); ++i)
+        table[i] = {values[i].state, values[i].type, values[i].length, copyValue(values[i].value)};
+    return table;
+}
+
 } // namespace
 
 int LCMconfigSpaceRead(uint16_t id, uint16_t index, void* buffer, uint32_t length) {
@@ -75,6 +106,21 @@ int LCMconfigSpaceWrite(uint16_t id, uint16_t index, const void* data, uint32_t 
     const int result = writeItem(id, data, length) ? 1 : 0;
     sim::logCall("LCMconfigSpaceWrite", {id, index, sim::CallValue(data, length), length}, result);
     return result;
+}
+
+LCMParamEntry* LCMParam_update(int refresh, const char* group, const char* name, int32_t instance, uint32_t* count) {
+    const std::shared_ptr<const sim::Machine> machine = sim::currentMachine();
+    const std::vector<sim::ParameterValue>* values = findValues(machine->parameters, group, name, instance);
+    LCMParamEntry* table = values != nullptr && count != nullptr ? makeTable(*values) : nullptr;
+    if (count != nullptr) *count = table != nullptr ? static_cast<uint32_t>(values->size()) : 0;
+    sim::traced("LCMParam_update", {refresh, group, name, instance}, table != nullptr ? static_cast<int>(*count) : -1);
+    return table;
+}
+
+void LCMParamDb_destroyParameterTable(LCMParamEntry* table, uint32_t count) {
+    for (uint32_t i = 0; table != nullptr && i < count; ++i) free(table[i].value);
+    free(table);
+    sim::traced("LCMParamDb_destroyParameterTable", {count}, 0);
 }
 
 int LCMipmiSendCmdC(uint8_t netFn, uint8_t command, uint32_t requestLength, const void* request,

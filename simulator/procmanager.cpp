@@ -14,6 +14,7 @@
 namespace {
 
 constexpr int MOST_ARGUMENTS = 64;
+constexpr size_t CALL_VALUES = 6; // of ProcMonitorRegisterExt, before them
 
 // By path, the name that it was registered with.
 struct Monitored {
@@ -30,7 +31,7 @@ std::string monitorFile(const std::string& name) {
     return sim::simulatorFile("monitor/" + name);
 }
 
-void noteProcess(const char* path, const char* name, int pid) {
+void noteProcess(const char* path, const char* name, int pid) try {
     if (path == nullptr || name == nullptr) return;
     const std::string fileName = name;
     if (fileName.empty() || fileName.front() == '.' || fileName.find('/') != std::string::npos) return;
@@ -39,9 +40,11 @@ void noteProcess(const char* path, const char* name, int pid) {
     mkdir(sim::simulatorFile("monitor").c_str(), 0755);
     sim::replaceFile(monitorFile(fileName), std::to_string(pid) + "\n");
     monitored().names[path] = fileName;
+} catch (const std::exception&) { // no memory to note it with
+    return;
 }
 
-void forgetProcess(const char* path) {
+void forgetProcess(const char* path) try {
     if (path == nullptr) return;
     const sim::NotCancelled guard;
     const std::lock_guard lock(monitored().mutex);
@@ -49,49 +52,34 @@ void forgetProcess(const char* path) {
     if (entry == monitored().names.end()) return;
     unlink(monitorFile(entry->second).c_str());
     monitored().names.erase(entry);
-}
-
-// The call's line, with each argument text behind the count.
-void logRegistration(const char* call, std::vector<sim::CallValue> values, int argumentCount,
-                     const char* const* arguments, int result) {
-    for (int i = 0; arguments != nullptr && i < argumentCount && i < MOST_ARGUMENTS; ++i)
-        values.emplace_back(arguments[i]);
-    sim::logCall(call, values.data(), values.size(), result);
+} catch (const std::exception&) { // no memory: the file stays
+    return;
 }
 
 } // namespace
 
 int ProcMonitorRegister(const char* path, int flags, const char* name, int priority, int argumentCount) {
     const int result = sim::currentMachine()->processMonitor.registerResult;
-    try {
-        if (result == 0) noteProcess(path, name, getpid());
-        sim::logCall("ProcMonitorRegister", {path, flags, name, priority, argumentCount}, result);
-    } catch (const std::exception&) { // no memory to note it with
-        return result;
-    }
+    if (result == 0) noteProcess(path, name, getpid());
+    sim::logCall("ProcMonitorRegister", {path, flags, name, priority, argumentCount}, result);
     return result;
 }
 
 int ProcMonitorRegisterExt(int pid, const char* path, int flags, const char* name, int priority, int argumentCount,
                            const char* const* arguments) {
     const int result = sim::currentMachine()->processMonitor.registerExtResult;
-    try {
-        if (result == 0) noteProcess(path, name, pid);
-        logRegistration("ProcMonitorRegisterExt", {pid, path, flags, name, priority, argumentCount}, argumentCount,
-                        arguments, result);
-    } catch (const std::exception&) { // no memory to note it with
-        return result;
-    }
+    if (result == 0) noteProcess(path, name, pid);
+    sim::CallValue values[CALL_VALUES + MOST_ARGUMENTS] = {pid, path, flags, name, priority, argumentCount};
+    size_t count = CALL_VALUES; // then each argument's text
+    for (int i = 0; arguments != nullptr && i < argumentCount && i < MOST_ARGUMENTS; ++i)
+        values[count++] = arguments[i];
+    sim::logCall("ProcMonitorRegisterExt", values, count, result);
     return result;
 }
 
 int ProcMonitorDeRegister(const char* path) {
     const int result = sim::currentMachine()->processMonitor.deregisterResult;
-    try {
-        if (result == 0) forgetProcess(path);
-    } catch (const std::exception&) { // no memory: the file stays
-        return result;
-    }
+    if (result == 0) forgetProcess(path);
     sim::logCall("ProcMonitorDeRegister", {path}, result);
     return result;
 }

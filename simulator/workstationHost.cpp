@@ -4,8 +4,11 @@
 
 #include "simulator/machine/callLog.h"
 #include "simulator/machine/clock.h"
+#include "simulator/machine/machine.h"
 #include "simulator/machine/root.h"
 
+#include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/uio.h>
@@ -28,20 +31,23 @@ int hostStartThread(pthread_t* thread, void* (*body)(void*)) {
     return sim::clockStartThread(thread, body);
 }
 
-// No process of the described machine runs here: the signal is noted, not sent.
+// Only processes of the described machine get signals. The daemon finds process ids in files that a test may
+// have made up, and they may be those of anybody here.
 int hostSignal(pid_t pid, int signal) {
-    sim::logCall("hostSignal", {pid, signal}, 0);
-    return 0;
+    const bool known = pid > 0 && sim::currentMachine()->processes.contains(pid);
+    const int result = known ? kill(pid, signal) : 0;
+    const int error = errno;
+    sim::logCall("hostSignal", {pid, signal}, result);
+    errno = error;
+    return result;
 }
 
-void hostSyslog(const char* text) {
-    const sim::NotCancelled guard;
-    hostSyslogFromHandler(text);
-}
+namespace {
 
-void hostSyslogFromHandler(const char* text) {
+void appendToSyslog(const char* text, int flags) {
     HostPathBuffer path;
-    const int descriptor = open(hostPath("/simulator/syslog", path), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
+    const int descriptor =
+        open(hostPath("/simulator/syslog", path), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | flags, 0644);
     if (descriptor < 0) return;
     char newline[] = "\n";
     const iovec line[] = {{const_cast<char*>(text), strlen(text)}, {newline, 1}};
@@ -50,4 +56,16 @@ void hostSyslogFromHandler(const char* text) {
         return;
     }
     close(descriptor);
+}
+
+} // namespace
+
+void hostSyslog(const char* text) {
+    const sim::NotCancelled guard;
+    appendToSyslog(text, 0);
+}
+
+// Never waits: it may be what ends a process that hangs.
+void hostSyslogFromHandler(const char* text) {
+    appendToSyslog(text, O_NONBLOCK);
 }

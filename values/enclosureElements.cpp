@@ -102,7 +102,7 @@ int oobMR_getEnclFanInfo(int paramID, int ctrlIdx, int enclIdx, int fanIdx, char
     clearText(sval, svalLen);
     const int modelCode = getModel(*enclosure.info).code;
     const SL_ENCL_STATUS_T* status = enclosure.status;
-    const uint32_t fan = uint32_t(fanIdx);
+    const auto fan = uint32_t(fanIdx);
     trace("oobMR_getEnclFanInfo: fanIOdx=%d, intProductValue=%d, pEnclStatus= 0x%x\n", fanIdx, modelCode,
           traceAddress(status));
     trace("oobMR_getEnclFanInfo: pEnclStatus->fanCount=%d\n", int(status->fanCount));
@@ -145,7 +145,7 @@ int oobMR_getEnclTempSensorInfo(int paramID, int ctrlIdx, int enclIdx, int senso
         return VALUE_NO_OBJECT;
     }
     clearText(sval, svalLen);
-    const uint32_t sensor = uint32_t(sensorIdx);
+    const auto sensor = uint32_t(sensorIdx);
     switch (paramID) {
     case SENSOR_NAME: snprintf(sval, size_t(svalLen), "Sensor (%d)", sensorIdx); break;
     case SENSOR_LOCATION:

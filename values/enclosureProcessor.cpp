@@ -78,7 +78,7 @@ void setUnitText(int paramID, const Enclosure& enclosure, char* sval, int svalLe
 void setFirmwareVersion(const Enclosure& enclosure, char* sval, int svalLen) {
     const auto inquiry = trimField(enclosure.info->revision);
     const char* revision = inquiry.text;
-    const size_t size = size_t(svalLen);
+    const auto size = size_t(svalLen);
     uint8_t page[SES_PAGE_SIZE];
     switch (getModel(*enclosure.info).code) {
     case ENCL_MODEL_KP23:

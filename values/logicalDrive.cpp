@@ -133,7 +133,7 @@ const char* getEmulationText(const LogicalDrive& drive) {
 
 // The last operation that runs, or else is paused, is the one shown.
 void setActivity(const MR_LD_PROGRESS& operations, char* sval, int svalLen) {
-    const size_t size = size_t(svalLen);
+    const auto size = size_t(svalLen);
     const uint8_t active = operations.active;
     copyText(sval, svalLen, "Idle");
     if ((active & OPERATION_CONSISTENCY_CHECK) != 0)

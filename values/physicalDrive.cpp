@@ -141,7 +141,7 @@ void setName(const Drive& drive, char* sval, int svalLen) {
         oobMR_getPDInfo(PD_VENDOR, drive.ctrlIdx, drive.instIdx, vendor.text, sizeof vendor.text, &enclosure);
     trace("oobMR_getPDInfo(): Vendor='%s', enclDeviceId = 0x%x\n", vendor.text, drive.info->enclDeviceId);
     oobMR_getPDInfo(PD_ENCLOSURE_NUMBER, drive.ctrlIdx, drive.instIdx, sval, svalLen, &enclosure);
-    const size_t size = size_t(svalLen);
+    const auto size = size_t(svalLen);
     const int slot = drive.info->slotNumber;
     if (enclosure < 0)
         snprintf(sval, size, "%s %s (%d)", vendor.text, product.text, slot);

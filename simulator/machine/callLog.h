@@ -13,6 +13,7 @@ namespace sim {
 // An argument or a result: a number, a text (NULL: null), or bytes that are written as hex.
 class CallValue {
   public:
+    CallValue() : CallValue(0) {}
     template <std::integral T>
     CallValue(T number) : number_(static_cast<int64_t>(number)) {}
     CallValue(const char* text) : kind_(text != nullptr ? Kind::Text : Kind::Null), data_(text) {}

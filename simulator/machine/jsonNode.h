@@ -97,6 +97,15 @@ inline uint64_t numberOf(const Node& member, uint64_t largest) {
     return number;
 }
 
+// The number that a member is named by, negative ones too.
+inline int32_t signedNumberOf(const Node& member) {
+    int32_t number = 0;
+    const char* end = member.key.data() + member.key.size();
+    const auto [stop, error] = std::from_chars(member.key.data(), end, number);
+    if (error != std::errc() || stop != end) member.fail("the name must be a decimal number of 32 bits");
+    return number;
+}
+
 // Adds a value for a member that is named by a number, which no earlier member was.
 template <class Key, class Value>
 Value& addByNumber(const Node& member, std::map<Key, Value>& values) {

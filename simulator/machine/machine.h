@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -44,11 +45,48 @@ struct ProcessMonitor {
     int32_t deregisterResult = 0;
 };
 
+// A value of the parameter database, with the state and type that its entry shows.
+struct ParameterValue {
+    int32_t state = 0;
+    int32_t type = 0;
+    uint32_t length = 0;
+    std::optional<Bytes> value; // at least `length` bytes, as far as memory is given for it
+};
+using ParameterInstances = std::map<int32_t, std::vector<ParameterValue>>;
+using ParameterGroups = std::map<std::string, std::map<std::string, ParameterInstances, std::less<>>, std::less<>>;
+
+struct IpmiUser {
+    std::optional<uint8_t> code; // completion code of Get User Name; nothing: it cannot be sent
+    Bytes name;
+    std::optional<std::array<uint8_t, 4>> snmp; // enable byte and settings; nothing: they cannot be read
+};
+
+struct Ipmi {
+    bool session = false;
+    int32_t lanChannel = 1;
+    std::optional<Bytes> userAccess; // the answer, from its completion code; nothing: it cannot be sent
+    std::map<uint8_t, IpmiUser> users;
+};
+
+struct Dqmi {
+    int32_t connection = -1;
+    std::vector<bool> opens; // which transactions open, in order; the last one stands for all further ones
+    bool readable = true;
+    int32_t status = 0;
+    std::optional<uint32_t> length; // that the header gives in place of the answer's own
+    std::optional<Bytes> answer;
+};
+
 struct Machine {
     std::shared_ptr<const Controllers> controllers; // NULL: their list cannot be read
     std::map<uint16_t, Bytes> configSpace;
+    std::set<uint16_t> configSpaceWriteFails;
     std::optional<Bytes> agentsAnswer; // nothing: no agent interface
     ProcessMonitor processMonitor;
+    ParameterGroups parameters;
+    Ipmi ipmi;
+    std::optional<Dqmi> dqmi;                              // nothing: no interface
+    std::map<int32_t, std::vector<std::string>> processes; // command lines by process id
 };
 
 // The newest good description; a change of the file is seen at once. Never NULL.

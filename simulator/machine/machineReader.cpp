@@ -4,6 +4,7 @@
 #include "simulator/machine/recordReader.h"
 
 #include <cmath>
+#include <cstring>
 #include <set>
 #include <utility>
 
@@ -73,7 +74,7 @@ void readByNumber(const Node& node, std::map<Key, Value>& values, Read read) {
 Controller readController(const Node& node) {
     Controller controller;
     if (!node.json.is_object()) node.fail("must be an object");
-    if (!node.json.contains("id")) node.fail("has no id");
+    if (node.json.value("id", Json()).is_null()) node.fail("has no id");
     readMembers(node,
                 {{"id", [&](const Node& n) { controller.id = static_cast<uint32_t>(readUnsigned(n, UINT32_MAX)); }},
                  {"number", [&](const Node& n) { controller.number = readInteger(n); }},
@@ -124,12 +125,172 @@ void readProcessMonitor(const Node& node, ProcessMonitor& monitor) {
                        {"deregister", [&](const Node& n) { monitor.deregisterResult = readInteger(n); }}});
 }
 
+constexpr uint32_t LARGEST_VALUE = 1 << 24; // memory that a value or answer is given for a length
+
+// As the value functions of the parameter database number them.
+constexpr int32_t TYPE_RAW = 0;
+constexpr int32_t TYPE_TEXT = 1;
+constexpr int32_t TYPE_NUMBER = 2;
+constexpr int32_t TYPE_INVALID = 255;
+constexpr int32_t STATE_AVAILABLE = 0;
+constexpr int32_t STATE_NOT_AVAILABLE = 3;
+
+// In 8 bytes; negative numbers in two's complement.
+Bytes readNumberValue(const Node& node) {
+    if (!node.json.is_number_integer()) node.fail("must be a whole number");
+    const auto number = node.json.get<int64_t>();
+    Bytes bytes(sizeof number);
+    memcpy(bytes.data(), &number, sizeof number);
+    return bytes;
+}
+
+Bytes readAnyValue(const Node& node) {
+    return node.json.is_string() ? textItem(readText(node)) : readNumberValue(node);
+}
+
+struct ValueType {
+    std::string_view name;
+    int32_t state;
+    int32_t type;
+    Bytes (*read)(const Node&);
+};
+constexpr ValueType VALUE_TYPES[] = {
+    {"raw", STATE_AVAILABLE, TYPE_RAW, readHex},
+    {"text", STATE_AVAILABLE, TYPE_TEXT, [](const Node& node) { return textItem(readText(node)); }},
+    {"number", STATE_AVAILABLE, TYPE_NUMBER, readNumberValue},
+    {"invalid", STATE_AVAILABLE, TYPE_INVALID, readAnyValue},
+    {"not available", STATE_NOT_AVAILABLE, TYPE_RAW, readAnyValue},
+};
+
+const ValueType& findValueType(const Node& value) {
+    if (!value.json.is_object() || !value.json.contains("type")) value.fail("must be an object with a type");
+    const Node node{value.json["type"], &value, "type"};
+    const std::string& name = readText(node);
+    for (const ValueType& type : VALUE_TYPES)
+        if (type.name == name) return type;
+    node.fail("must be raw, text, number, invalid or not available");
+}
+
+// A number has 4 bytes where they suffice.
+uint32_t lengthOf(const ValueType& type, const Bytes& value) {
+    if (type.type != TYPE_NUMBER) return static_cast<uint32_t>(value.size());
+    int64_t number = 0;
+    memcpy(&number, value.data(), sizeof number);
+    return number >= INT32_MIN && number <= int64_t{UINT32_MAX} ? 4 : 8;
+}
+
+// The value's memory is exactly as long as its length says, unless that is absurd.
+ParameterValue readParameterValue(const Node& node) {
+    const ValueType& type = findValueType(node);
+    ParameterValue result{type.state, type.type, 0, {}};
+    std::optional<uint32_t> length;
+    readMembers(node,
+                {{"type", [](const Node&) {}},
+                 {"value", [&](const Node& n) { result.value = type.read(n); }},
+                 {"length", [&](const Node& n) { length = static_cast<uint32_t>(readUnsigned(n, UINT32_MAX)); }}});
+    if (result.value && !length) length = lengthOf(type, *result.value);
+    result.length = length.value_or(0);
+    if (result.value && result.length <= LARGEST_VALUE) result.value->resize(result.length);
+    return result;
+}
+
+void readParameters(const Node& node, ParameterGroups& groups) {
+    forEachMember(node, [&](const Node& group) {
+        forEachMember(group, [&](const Node& name) {
+            ParameterInstances& instances = groups[std::string(group.key)][std::string(name.key)];
+            forEachMember(name, [&](const Node& instance) {
+                if (instance.json.is_null()) return;
+                std::vector<ParameterValue>& values = instances[signedNumberOf(instance)];
+                forEachElement(instance, ANY_COUNT,
+                               [&](const Node& value) { values.push_back(readParameterValue(value)); });
+            });
+        });
+    });
+}
+
+bool readFlag(const Node& node) {
+    if (!node.json.is_boolean()) node.fail("must be true or false");
+    return node.json.get<bool>();
+}
+
+void readUser(const Node& node, IpmiUser& user) {
+    readMembers(node, {{"code", [&](const Node& n) { user.code = static_cast<uint8_t>(readUnsigned(n, UINT8_MAX)); }},
+                       {"name", [&](const Node& n) { user.name = readRecord(n); }},
+                       {"snmp", [&](const Node& n) {
+                            user.snmp.emplace();
+                            forEachElement(n, user.snmp->size(), [&](const Node& byte) {
+                                (*user.snmp)[byte.index] = static_cast<uint8_t>(readUnsigned(byte, UINT8_MAX));
+                            });
+                            if (n.json.size() != user.snmp->size()) n.fail("must have four bytes");
+                        }}});
+}
+
+void readIpmi(const Node& node, Ipmi& ipmi) {
+    readMembers(node, {{"session", [&](const Node& n) { ipmi.session = readFlag(n); }},
+                       {"lanChannel", [&](const Node& n) { ipmi.lanChannel = readInteger(n); }},
+                       {"userAccess", [&](const Node& n) { ipmi.userAccess = readRecord(n); }},
+                       {"users", [&](const Node& n) { readByNumber(n, ipmi.users, readUser); }}});
+}
+
+// "ok" or "fail".
+bool readSuccess(const Node& node) {
+    const std::string& word = readText(node);
+    if (word != "ok" && word != "fail") node.fail("must be ok or fail");
+    return word == "ok";
+}
+
+Dqmi readDqmi(const Node& node) {
+    Dqmi dqmi;
+    readMembers(node,
+                {{"connection", [&](const Node& n) { dqmi.connection = readInteger(n); }},
+                 {"open",
+                  [&](const Node& n) {
+                      forEachElement(n, ANY_COUNT, [&](const Node& e) { dqmi.opens.push_back(readSuccess(e)); });
+                  }},
+                 {"read", [&](const Node& n) { dqmi.readable = readSuccess(n); }},
+                 {"status", [&](const Node& n) { dqmi.status = readInteger(n); }},
+                 {"length", [&](const Node& n) { dqmi.length = static_cast<uint32_t>(readUnsigned(n, UINT32_MAX)); }},
+                 {"text", [&](const Node& n) {
+                      if (!n.json.is_string()) {
+                          dqmi.answer = readRecord(n);
+                          return;
+                      }
+                      const std::string& text = readText(n);
+                      dqmi.answer.emplace(text.begin(), text.end());
+                  }}});
+    const uint32_t length = dqmi.length.value_or(0);
+    if (dqmi.answer && length > dqmi.answer->size() && length <= LARGEST_VALUE) dqmi.answer->resize(length);
+    return dqmi;
+}
+
+void readProcess(const Node& node, std::vector<std::string>& commandLine) {
+    readMembers(node, {{"cmdline", [&](const Node& n) {
+                            forEachElement(n, ANY_COUNT, [&](const Node& e) { commandLine.push_back(readText(e)); });
+                        }}});
+}
+
+void readProcesses(const Node& node, std::map<int32_t, std::vector<std::string>>& processes) {
+    readByNumber(node, processes, readProcess);
+    if (processes.contains(0)) node.fail("0 is no process id");
+}
+
+void readWriteFailures(const Node& node, std::set<uint16_t>& ids) {
+    forEachElement(node, ANY_COUNT,
+                   [&](const Node& id) { ids.insert(static_cast<uint16_t>(readUnsigned(id, UINT16_MAX))); });
+}
+
 Machine readWhole(const Node& node) {
     Machine machine;
-    readMembers(node, {{"controllers", [&](const Node& n) { machine.controllers = readControllers(n); }},
-                       {"configSpace", [&](const Node& n) { readConfigSpace(n, machine.configSpace); }},
-                       {"agents", [&](const Node& n) { readAgents(n, machine.agentsAnswer); }},
-                       {"processMonitor", [&](const Node& n) { readProcessMonitor(n, machine.processMonitor); }}});
+    readMembers(node,
+                {{"controllers", [&](const Node& n) { machine.controllers = readControllers(n); }},
+                 {"configSpace", [&](const Node& n) { readConfigSpace(n, machine.configSpace); }},
+                 {"configSpaceWriteFails", [&](const Node& n) { readWriteFailures(n, machine.configSpaceWriteFails); }},
+                 {"agents", [&](const Node& n) { readAgents(n, machine.agentsAnswer); }},
+                 {"processMonitor", [&](const Node& n) { readProcessMonitor(n, machine.processMonitor); }},
+                 {"lcm", [&](const Node& n) { readParameters(n, machine.parameters); }},
+                 {"ipmi", [&](const Node& n) { readIpmi(n, machine.ipmi); }},
+                 {"dqmi", [&](const Node& n) { machine.dqmi = readDqmi(n); }},
+                 {"processes", [&](const Node& n) { readProcesses(n, machine.processes); }}});
     return machine;
 }
 

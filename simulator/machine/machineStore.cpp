@@ -1,6 +1,7 @@
 #include "simulator/machine/machineStore.h"
 
 #include "simulator/machine/machineReader.h"
+#include "simulator/machine/processes.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -43,13 +44,15 @@ FileText readFile(const std::string& path) {
 }
 
 MachineStore& theStore() {
-    static MachineStore& store = *new MachineStore(std::string(rootDirectory()) + "/machine.json"); // outlives exit
+    static MachineStore& store =
+        *new MachineStore(std::string(rootDirectory()) + "/machine.json", layOutProcesses); // outlives exit handlers
     return store;
 }
 
 } // namespace
 
-MachineStore::MachineStore(std::string path) : path_(std::move(path)), machine_(std::make_shared<Machine>()) {}
+MachineStore::MachineStore(std::string path, std::function<void(const Machine&)> onChange)
+    : path_(std::move(path)), onChange_(std::move(onChange)), machine_(std::make_shared<Machine>()) {}
 
 void MachineStore::refresh() {
     const FileIdentity seen = identityOf(path_);
@@ -62,6 +65,7 @@ void MachineStore::refresh() {
         reading.fault = file.fault;
         if (file.fault.empty()) reading = readMachine(file.text);
         if (reading.machine != nullptr) {
+            onChange_(*reading.machine);
             machine_ = std::move(reading.machine);
         } else {
             reportFault(path_ + ": " + reading.fault + "; the machine stays as it was");

@@ -5,6 +5,7 @@
 #include "simulator/machine/machine.h"
 #include "simulator/machine/root.h"
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -13,7 +14,9 @@ namespace sim {
 
 class MachineStore {
   public:
-    explicit MachineStore(std::string path);
+    // `onChange` is told of each new description before anybody sees it.
+    explicit MachineStore(
+        std::string path, std::function<void(const Machine&)> onChange = [](const Machine&) {});
 
     std::shared_ptr<const Machine> current();
     std::shared_ptr<const Controllers> take();
@@ -23,6 +26,7 @@ class MachineStore {
     void refresh();
 
     const std::string path_;
+    const std::function<void(const Machine&)> onChange_;
     std::mutex mutex_;
     bool looked_ = false;
     FileIdentity identity_;

@@ -30,6 +30,7 @@ std::string layOutRoot() {
     if (resolved == nullptr) refuseToStart(std::string("BMC_ROOT=") + setting + ": " + strerror(errno));
     std::string root = resolved;
     free(resolved);
+    if (root == "/") refuseToStart("BMC_ROOT must not be / itself");
     if (root.size() > PATH_MAX / 2) refuseToStart("BMC_ROOT is too long: " + root);
     for (const char* directory : DIRECTORIES) makeDirectory(root + "/" + directory);
     return root;

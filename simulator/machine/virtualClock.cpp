@@ -33,6 +33,18 @@ class SignalsBlocked {
     sigset_t previous_ = {};
 };
 
+// Gives a lock up for as long as it lives; a cancelled thread takes it again, too.
+class Unlocked {
+  public:
+    explicit Unlocked(std::unique_lock<std::mutex>& lock) : lock_(lock) { lock_.unlock(); }
+    ~Unlocked() { lock_.lock(); }
+    Unlocked(const Unlocked&) = delete;
+    Unlocked& operator=(const Unlocked&) = delete;
+
+  private:
+    std::unique_lock<std::mutex>& lock_;
+};
+
 // One thread belongs to one clock at a time.
 thread_local void* threadSleeper = nullptr;
 thread_local const void* threadClock = nullptr;
@@ -94,6 +106,7 @@ void VirtualClock::remove(Sleeper& sleeper) {
 }
 
 unsigned VirtualClock::sleep(unsigned seconds) {
+    pthread_testcancel(); // it may not have to wait
     const SignalsBlocked blocked;
     std::unique_lock lock(mutex_);
     Sleeper& self = callingThread();
@@ -140,11 +153,13 @@ void* VirtualClock::threadMain(void* argument) {
 // call exit().
 void VirtualClock::waitForTurn(std::unique_lock<std::mutex>& lock, Sleeper& sleeper, const sigset_t* mask) {
     while (running_ != &sleeper) {
-        const bool standing = standing_;
-        lock.unlock();
-        pollfd wakeUp = {sleeper.wakeUp, POLLIN, 0};
-        const bool interrupted = ppoll(&wakeUp, 1, standing ? &STANDING_INTERVAL : nullptr, mask) < 0 && errno == EINTR;
-        lock.lock();
+        const timespec* interval = standing_ ? &STANDING_INTERVAL : nullptr;
+        bool interrupted = false;
+        {
+            const Unlocked unlocked(lock);
+            pollfd wakeUp = {sleeper.wakeUp, POLLIN, 0};
+            interrupted = ppoll(&wakeUp, 1, interval, mask) < 0 && errno == EINTR;
+        }
         eventfd_t count = 0;
         eventfd_read(sleeper.wakeUp, &count);
         if (interrupted && sleeper.asleep) {

@@ -7,12 +7,12 @@
 #include "simulator/machine/root.h"
 
 #include <atomic>
+#include <csignal>
 #include <cstdint>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <pthread.h>
-#include <signal.h>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -43,7 +43,7 @@ class VirtualClock {
         void* (*body)(void*) = nullptr;
     };
 
-    static void* threadMain(void* sleeper);
+    static void* threadMain(void* argument);
     Sleeper& add(void* (*body)(void*));
     Sleeper& callingThread();
     void remove(Sleeper& sleeper);
@@ -52,7 +52,7 @@ class VirtualClock {
     void stand();
     void goOn();
     void readLimitFile();
-    int64_t limitOf(int64_t setting) const { return setting < start_ ? start_ + setting : setting; }
+    int64_t limitOf(int64_t setting) const { return setting; }
 
     const int64_t start_;
     const std::optional<int64_t> firstLimit_;

@@ -22,9 +22,9 @@ constexpr sim::CodeText FIRMWARE_STATES[] = {{0x00, "Unconfigured Good"},
                                              {0x18, "Online"},
                                              {0x20, "Copyback"},
                                              {0x40, "Pass-through"},
-                                             {0x80, "Unconfigured, Probed"},
-                                             {0x82, "Hot Spare, Probed"},
-                                             {0x90, "Configured, Probed"}};
+                                             {0x80, "Unconfigured under Test"},
+                                             {0x82, "Hot Spare under Test"},
+                                             {0x90, "Configured under Test"}};
 
 constexpr sim::CodeText POWER_STATES[] = {
     {0, "Active"}, {1, "Spun Down"}, {2, "Spinning Up"}, {3, "Spinning Down"}, {0xFF, "Powered Off"}};

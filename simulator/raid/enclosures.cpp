@@ -14,6 +14,17 @@ namespace {
 constexpr sim::CodeText ENCLOSURE_TYPES[] = {{1, "KP17"}, {2, "KP23"}, {3, "KP17M2"}};
 
 constexpr size_t DESCRIPTOR_HEADER = 4; // two bytes, then the length of the text, high byte first
+constexpr int PAGE_ENDS = -1;
+
+// Steps over an element type: its overall descriptor and one for each element.
+int skipElementType(const uint8_t* page, uint32_t length, uint64_t offset, uint32_t count) {
+    for (uint64_t i = 0; i <= count; ++i) {
+        if (offset + DESCRIPTOR_HEADER > length) return PAGE_ENDS;
+        const unsigned textLength = page[offset + 2] << 8 | page[offset + 3];
+        offset += DESCRIPTOR_HEADER + textLength;
+    }
+    return offset <= length && offset <= INT32_MAX ? static_cast<int>(offset) : PAGE_ENDS;
+}
 
 } // namespace
 
@@ -66,16 +77,11 @@ int raid_ReceiveDiagnosticResults(uint32_t ctrlId, uint16_t deviceId, uint8_t pa
                        {status == sim::RAID_OK ? buffer : nullptr, copied});
 }
 
-// Steps over an element type: its overall descriptor and one for each element.
 int raid_SkipKP23Descriptors(const void* page, uint32_t length, int offset, uint32_t count) {
-    const auto* bytes = static_cast<const uint8_t*>(page);
-    uint64_t next = offset >= 0 && bytes != nullptr ? static_cast<uint64_t>(offset) : uint64_t{length} + 1;
-    for (uint64_t i = 0; i <= count && next <= length; ++i)
-        next = next + DESCRIPTOR_HEADER <= length
-                   ? next + DESCRIPTOR_HEADER + (uint64_t{bytes[next + 2]} << 8) + bytes[next + 3]
-                   : uint64_t{length} + 1;
-    return sim::traced("raid_SkipKP23Descriptors", {sim::CallValue(page, length), length, offset, count},
-                       next <= length && next <= INT32_MAX ? static_cast<int>(next) : -1);
+    const int next = page != nullptr && offset >= 0 ? skipElementType(static_cast<const uint8_t*>(page), length,
+                                                                      static_cast<uint32_t>(offset), count)
+                                                    : PAGE_ENDS;
+    return sim::traced("raid_SkipKP23Descriptors", {sim::CallValue(page, length), length, offset, count}, next);
 }
 
 int raid_GetEnclosureTemperatureThreshold(uint32_t ctrlId, uint16_t deviceId, uint32_t sensor,

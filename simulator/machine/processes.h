@@ -1,0 +1,13 @@
+#pragma once
+
+// The processes that the described machine runs, as its "/proc" shows them.
+
+#include "simulator/machine/machine.h"
+
+namespace sim {
+
+// Lays out BMC_ROOT/proc/<pid>/cmdline for each, and takes away those of an earlier description. What others
+// have put there stays.
+void layOutProcesses(const Machine& machine);
+
+} // namespace sim

@@ -1,0 +1,109 @@
+// What the daemon does minute by minute.
+
+#include "tests/endToEnd/daemonProcess.h"
+
+#include <algorithm>
+#include <fcntl.h>
+#include <filesystem>
+#include <iterator>
+#include <unistd.h>
+
+namespace {
+
+using Passes = EndToEnd;
+using Times = std::vector<int64_t>;
+
+Times timesOf(const DaemonProcess& daemon, const std::string& call) {
+    Times times;
+    for (const Call& entry : daemon.calls(call)) times.push_back(entry.time);
+    return times;
+}
+
+size_t countEntries(const DaemonProcess& daemon, const std::string& directory) {
+    const std::filesystem::directory_iterator entries("/proc/" + std::to_string(daemon.pid()) + "/" + directory);
+    return size_t(std::distance(begin(entries), end(entries)));
+}
+
+TEST_F(Passes, haveTheirRhythm) {
+    daemon.runToPass(1);
+    daemon.runToPass(11);
+    EXPECT_EQ(timesOf(daemon, "raid_GetControllerList"), Times({0, 300, 600})); // a tree update each
+    EXPECT_EQ(timesOf(daemon, "updateSystemStatus"), Times({60, 180, 300, 420, 540}));
+}
+
+// The agents change after each row's last pass; the poll that is due then still keeps the old row's interval.
+TEST_F(Passes, pollTheAgentsByTheirState) {
+    const struct {
+        nlohmann::json agents;
+        int lastPass;
+        Times polls;
+    } rows[] = {{nullptr, 2, {0, 60}},
+                {{{"state", 2}}, 4, {120, 150, 180, 210}},
+                {{{"state", 1}}, 5, {240, 270}},
+                {{{"state", 0}}, 7, {300, 360}},
+                {{{"state", 1}}, 8, {420, 450}},
+                {{{"response", {{"raw", {{"4", "0107"}}}}}}, 10, {480, 540}},              // an unknown state
+                {{{"response", {{"raw", {{"0", "C1"}, {"4", "0102"}}}}}}, 12, {600, 660}}, // refused
+                {{{"response", {{"raw", {{"4", "0002"}}}}}}, 14, {720, 780}}};
+    Times polls;
+    for (const auto& row : rows) {
+        daemon.describe({{"agents", nullptr}}); // nothing of the row before
+        daemon.describe({{"agents", row.agents}});
+        daemon.runToPass(row.lastPass);
+        polls.insert(polls.end(), row.polls.begin(), row.polls.end());
+        EXPECT_EQ(timesOf(daemon, "LCMipmiSendCmdC"), polls);
+    }
+    for (const Call& poll : daemon.calls("LCMipmiSendCmdC")) EXPECT_EQ(poll.arguments, R"([184,2,4,"00000008",16])");
+}
+
+TEST_F(Passes, truncateTheLogBeyondItsLimit) {
+    daemon.runToPass(1);
+    const int log = daemon.open(DAEMON_LOG, O_WRONLY | O_APPEND);
+    const auto grow = [&](size_t size) {
+        const std::string text(size - daemon.read(DAEMON_LOG).size(), 'x');
+        EXPECT_EQ(::write(log, text.data(), text.size()), ssize_t(text.size()));
+    };
+    grow(64000);
+    daemon.runToPass(2);
+    EXPECT_EQ(daemon.read(DAEMON_LOG).size(), 64000U);
+    grow(64001);
+    daemon.runToPass(3);
+    EXPECT_EQ(daemon.read(DAEMON_LOG), "");
+    grow(64001);
+    daemon.remove(DAEMON_LOG);
+    daemon.runToPass(4);
+    EXPECT_FALSE(std::filesystem::exists(daemon.path(DAEMON_LOG))) << "is not made again";
+    EXPECT_EQ(daemon.end(SIGTERM), 0);
+    EXPECT_FALSE(std::filesystem::exists(daemon.path(DAEMON_LOG)));
+}
+
+// Each line is tried for, given up, and left out; the virtual clock shows the waiting.
+TEST_F(Passes, goOnWithoutTheRSTLogsLock) {
+    daemon.makeFifo(RST_LOG); // cannot be locked
+    const int reader = daemon.open(RST_LOG, O_RDWR | O_NONBLOCK);
+    daemon.runToPass(1);
+    daemon.runToPass(2);
+    EXPECT_NE(daemon.read(TREE), "");
+    char byte = 0;
+    EXPECT_EQ(::read(reader, &byte, 1), -1) << "a line was written";
+    EXPECT_GT(timesOf(daemon, "updateSystemStatus").at(0), 60);
+}
+
+TEST_F(Passes, leaveNothingBehind) {
+    const nlohmann::json described = nlohmann::json::parse(fileText(MACHINES "/two-controllers.json"));
+    daemon.describe(described);
+    daemon.runToPass(6);
+    const size_t descriptors = countEntries(daemon, "fd");
+    const size_t threads = countEntries(daemon, "task");
+    for (int pass = 11; pass <= 106; pass += 5) { // equal, failed, changed, switched off
+        daemon.describe(described);
+        if (pass % 20 == 1) daemon.describe({{"controllers", nullptr}});
+        if (pass % 20 == 11) daemon.describe({{"configSpace", {{"11054", nullptr}}}});
+        daemon.describeName(pass % 20 == 6 ? std::to_string(pass).c_str() : "host");
+        daemon.runToPass(pass);
+    }
+    EXPECT_EQ(countEntries(daemon, "fd"), descriptors);
+    EXPECT_EQ(countEntries(daemon, "task"), threads);
+}
+
+} // namespace

@@ -1,0 +1,185 @@
+// How the daemon takes signals: asleep, in a pass, in a wait for a lock, in a hang, in its end; and how it crashes.
+
+#include "tests/endToEnd/daemonProcess.h"
+
+#include <chrono>
+#include <csignal>
+#include <deque>
+#include <fcntl.h>
+#include <filesystem>
+#include <gtest/gtest-spi.h>
+#include <sstream>
+#include <unistd.h>
+
+namespace {
+
+using Signals = EndToEnd;
+
+constexpr char STARTED[] = "deamon version 1.4.2  started.\n";
+constexpr char STOPPED[] = "deamon version 1.4.2  started.\ndemon version 1.4.2  stopped.\n";
+
+// What the daemon log holds behind the start record, each line without its time.
+std::string logOf(const DaemonProcess& daemon) {
+    std::string text;
+    std::istringstream lines(daemon.read(DAEMON_LOG));
+    int count = 0;
+    for (std::string line; std::getline(lines, line);)
+        if (++count > 2) text += line.substr(line.find('\t') + 1) + "\n";
+    return text;
+}
+
+std::string terminationLines(int signal) {
+    return "ZEB_MIRA_Update got signal " + std::to_string(signal) + "\nZEB_MIRA_Update: Yes, the signal was for me!\n";
+}
+
+std::string interruptLines(int registered) {
+    return "ZEB_MIRA_Update got signal 2 \nZEB_MIRA_Update is registered " + std::to_string(registered) + " \n";
+}
+
+// Pass 6 has reported the status and comes to the tree next.
+void waitForTreeUpdate(const DaemonProcess& daemon) {
+    waitFor("pass 6", [&] { return daemon.calls("updateSystemStatus").size() == 3; });
+}
+
+// Lets pass 6 come to the RST log, which is a FIFO that nobody reads.
+void hangInPass(DaemonProcess& daemon) {
+    daemon.runToPass(1);
+    daemon.makeFifo(RST_LOG);
+    daemon.letRunToPass(6);
+    waitForTreeUpdate(daemon);
+}
+
+TEST(SignalsAsleep, endTheDaemonAtOnce) {
+    const struct {
+        int signal;
+        int registerResult;
+        std::string log;
+        std::vector<std::string> deregistrations;
+    } rows[] = {{SIGTERM, 0, terminationLines(SIGTERM), {}},
+                {SIGINT, 0, interruptLines(1), {R"(["/usr/local/bin/ZEB_MIRA_Update"])"}},
+                {SIGINT, 7, interruptLines(0), {}}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.log);
+        DaemonProcess daemon;
+        daemon.describe({{"processMonitor", {{"register", row.registerResult}}}});
+        daemon.runToPass(1);
+        EXPECT_EQ(daemon.end(row.signal), 0);
+        EXPECT_EQ(logOf(daemon), row.log);
+        EXPECT_TRUE(daemon.read(DAEMON_LOG).find("\n05:45\tZEB_MIRA_Update got") != std::string::npos);
+        EXPECT_EQ(daemon.read(SYSLOG), STOPPED);
+        std::vector<std::string> deregistrations;
+        for (const Call& call : daemon.calls("ProcMonitorDeRegister")) deregistrations.push_back(call.arguments);
+        EXPECT_EQ(deregistrations, row.deregistrations);
+        daemon.finish();
+    }
+}
+
+TEST_F(Signals, sigusr1EndsTheSleepAndNothingElse) {
+    daemon.runToPass(1);
+    daemon.signal(SIGUSR1);
+    waitFor("pass 2", [&] { return daemon.calls("updateSystemStatus").size() == 1; });
+    EXPECT_EQ(daemon.calls("updateSystemStatus")[0].time, 30);
+    daemon.runToPass(3);
+    EXPECT_EQ(logOf(daemon), "");
+}
+
+TEST_F(Signals, areDeferredWithinAPass) {
+    hangInPass(daemon);
+    daemon.signal(SIGUSR1);
+    daemon.signal(SIGINT);
+    EXPECT_EQ(logOf(daemon), "");
+    daemon.open(RST_LOG, O_RDWR); // it opens, cannot be locked, and so comes to a wait
+    EXPECT_EQ(daemon.waitForEnd(), 0);
+    EXPECT_EQ(logOf(daemon), interruptLines(1));
+    EXPECT_EQ(daemon.calls("ProcMonitorDeRegister").size(), 1U) << "was given up";
+}
+
+TEST(SignalsInALockWait, takeEffectAtOnce) {
+    for (const char* file : {RST_LOG, TREE}) {
+        SCOPED_TRACE(file);
+        DaemonProcess daemon;
+        daemon.runToPass(1);
+        const int lock = daemon.open(file, O_RDWR); // until it is closed no other may be: that would unlock too
+        const std::string waiting = "-> POSIX  ADVISORY  WRITE " + std::to_string(daemon.pid()) + " ";
+        const auto comeToLock = [&](const char* name, int pass) {
+            daemon.describeName(name);
+            ASSERT_EQ(lockf(lock, F_LOCK, 1), 0);
+            daemon.letRunToPass(pass);
+            waitFor("the daemon to wait", [&] { return fileText("/proc/locks").find(waiting) != std::string::npos; });
+        };
+        comeToLock("second", 6);
+        daemon.signal(SIGUSR1); // does not end this wait
+        EXPECT_NE(fileText("/proc/locks").find(waiting), std::string::npos);
+        EXPECT_EQ(std::filesystem::file_size(daemon.path(TREE)) == 0, file == TREE);
+        ASSERT_EQ(lockf(lock, F_ULOCK, 1), 0);
+        daemon.runToPass(6);
+        EXPECT_NE(daemon.read(TREE).find("<Name>second</Name>"), std::string::npos);
+
+        comeToLock("third", 11);
+        EXPECT_EQ(daemon.end(SIGINT), 0);
+        EXPECT_EQ(daemon.calls("ProcMonitorDeRegister").size(), 1U) << "was given up";
+        EXPECT_EQ(daemon.read(SYSLOG), STOPPED);
+        daemon.finish();
+    }
+}
+
+// All at the same time, as each takes five seconds.
+TEST(SignalsInAHang, areGivenUp) {
+    const struct {
+        int signal;
+        bool inPass; // else in the end, where it writes to syslog
+        std::string log;
+        std::string syslog;
+    } rows[] = {{SIGTERM, true, terminationLines(SIGTERM), STOPPED},
+                {SIGINT, true, interruptLines(1), STOPPED},
+                {SIGTERM, false, terminationLines(SIGTERM), STARTED}};
+    const auto begin = std::chrono::steady_clock::now();
+    std::deque<DaemonProcess> daemons(std::size(rows));
+    for (size_t i = 0; i < std::size(rows); ++i) {
+        if (rows[i].inPass) {
+            hangInPass(daemons[i]);
+        } else {
+            daemons[i].runToPass(1);
+            std::filesystem::rename(daemons[i].path(SYSLOG), daemons[i].path("syslog"));
+            daemons[i].makeFifo(SYSLOG);
+        }
+        daemons[i].signal(rows[i].signal);
+        kill(daemons[i].pid(), rows[i].inPass ? rows[i].signal : SIGINT); // a second one changes nothing
+    }
+    for (size_t i = 0; i < std::size(rows); ++i) {
+        SCOPED_TRACE(i);
+        EXPECT_EQ(daemons[i].waitForEnd(), 0);
+        EXPECT_EQ(logOf(daemons[i]), rows[i].log);
+        EXPECT_EQ(daemons[i].read(rows[i].inPass ? SYSLOG : "syslog"), rows[i].syslog);
+        EXPECT_EQ(daemons[i].calls("ProcMonitorDeRegister").size(), 0U);
+        daemons[i].finish();
+    }
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+}
+
+TEST(SignalsOfACrash, endTheDaemonLikeAStop) {
+#ifdef __SANITIZE_ADDRESS__ // handles the others itself
+    const int faults[] = {SIGTRAP};
+#else
+    const int faults[] = {SIGSEGV, SIGABRT, SIGILL, SIGTRAP};
+#endif
+    for (const int signal : faults) {
+        DaemonProcess daemon;
+        daemon.runToPass(1);
+        EXPECT_EQ(daemon.end(signal), 0);
+        EXPECT_EQ(logOf(daemon), terminationLines(signal));
+        EXPECT_EQ(daemon.read(SYSLOG), STOPPED);
+        daemon.finish();
+    }
+}
+
+// Without this look at the log, a crash would pass for a stop in every test.
+TEST(SignalsOfACrash, areNoticedByEveryTest) {
+    DaemonProcess daemon;
+    daemon.runToPass(1);
+    kill(daemon.pid(), SIGTRAP);
+    EXPECT_EQ(daemon.waitForEnd(), 0);
+    EXPECT_NONFATAL_FAILURE(daemon.finish(), "got signal 5");
+}
+
+} // namespace

@@ -1,0 +1,89 @@
+// From the command line to the first pass.
+
+#include "tests/endToEnd/daemonProcess.h"
+
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+using Start = EndToEnd;
+
+std::string startRecord(const DaemonProcess& daemon) {
+    return "05:45\tThu Jan  1 05:45:00 2026\n\tstarted ZEB_MIRA_Update version 1.4.2  pid:" +
+           std::to_string(daemon.pid()) + "\n";
+}
+
+TEST_F(Start, everyOptionShowsTheUsage) {
+    const struct {
+        std::vector<std::string> arguments;
+        std::string complaint;
+    } rows[] = {{{"/usr/local/bin/ZEB_MIRA_Update", "-h"}, ""},
+                {{"ZEB_MIRA_Update", "-?"}, ""},
+                {{"./ZEB_MIRA_Update", "-hx"}, ""},
+                {{"bin/ZEB_MIRA_Update", "-x"}, "bin/ZEB_MIRA_Update: invalid option -- 'x'\n"}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::PrintToString(row.arguments));
+        EXPECT_EQ(daemon.launch(row.arguments), 0);
+        EXPECT_EQ(daemon.pid(), 0);
+        EXPECT_EQ(daemon.read("stdout"), "Usage: ZEB_MIRA_Update\n\n");
+        EXPECT_EQ(daemon.read("stderr"), row.complaint);
+        EXPECT_FALSE(std::filesystem::exists(daemon.path(DAEMON_LOG)));
+        daemon.remove("stdout");
+    }
+}
+
+TEST_F(Start, becomesADaemonInTheOrderedSteps) {
+    daemon.runToPass(1);
+    EXPECT_EQ(getpgid(daemon.pid()), daemon.pid());
+    EXPECT_EQ(getsid(daemon.pid()), daemon.pid());
+    EXPECT_EQ(daemon.read(DAEMON_LOG), startRecord(daemon));
+    EXPECT_EQ(daemon.read(SYSLOG), "deamon version 1.4.2  started.\n");
+    EXPECT_EQ(daemon.read("stderr"), "");
+    const std::filesystem::path process = "/proc/" + std::to_string(daemon.pid());
+    EXPECT_EQ(std::filesystem::read_symlink(process / "cwd"), daemon.path("var"));
+    EXPECT_EQ(daemon.statusField("Umask"), "0000");
+    EXPECT_NE(std::stoull(daemon.statusField("SigIgn"), nullptr, 16) & 1ULL << (SIGPIPE - 1), 0U);
+    EXPECT_EQ(daemon.statusField("Threads"), "2");
+
+    std::vector<std::string> steps;
+    for (const Call& call : daemon.calls())
+        if (steps.size() < 3) steps.push_back(call.name + call.arguments);
+    const std::vector<std::string> expected = {
+        R"(ProcMonitorRegister["/usr/local/bin/ZEB_MIRA_Update",0,"ZEB_MIRA_Update",0,0])", "OpenDQMIConnection[]",
+        "CSM_Init[]"};
+    EXPECT_EQ(steps, expected);
+}
+
+// Start-up is held up where it writes to syslog, before the first pass.
+TEST(StartLog, isAppendedToOrOverwrittenFromItsStart) {
+    for (const size_t size : {0, 63000, 64000, 64001}) {
+        SCOPED_TRACE(size);
+        DaemonProcess daemon;
+        if (size > 0) daemon.write(DAEMON_LOG, std::string(size, 'x'));
+        daemon.makeFifo(SYSLOG);
+        EXPECT_EQ(daemon.launch(), 0) << "waits for the daemon";
+        waitFor("the start record", [&] { return daemon.read(DAEMON_LOG).find("pid:") != std::string::npos; });
+
+        const std::string record = startRecord(daemon);
+        const bool overwritten = size > 64000;
+        const std::string rest(overwritten ? size - record.size() : size, 'x');
+        EXPECT_TRUE(daemon.read(DAEMON_LOG) == (overwritten ? record + rest : rest + record));
+
+        daemon.open(SYSLOG, O_RDWR);
+        daemon.runToPass(1);
+        EXPECT_TRUE(daemon.read(DAEMON_LOG) == (size < 64000 ? rest + record : "")) << "the first pass truncates it";
+        daemon.finish();
+    }
+}
+
+TEST_F(Start, runsWithoutALog) {
+    std::filesystem::create_directory(daemon.path(DAEMON_LOG));
+    daemon.runToPass(1);
+    EXPECT_EQ(daemon.read("stderr"), "open LogFile: Is a directory\n");
+    EXPECT_NE(daemon.read(TREE), "");
+}
+
+} // namespace

@@ -1,0 +1,162 @@
+#include "simulator/machine/virtualClock.h"
+
+#include "tests/simulator/simulatedMachine.h"
+
+#include <chrono>
+#include <csignal>
+#include <functional>
+#include <memory>
+#include <thread>
+#include <vector>
+
+using namespace sim;
+
+namespace {
+
+constexpr int64_t START = 1000000;
+
+// What the threads of the running test do: a thread's body has no argument.
+VirtualClock* theClock = nullptr;
+std::vector<std::string> events; // one thread runs at a time
+
+void note(const std::string& name) {
+    events.push_back(name + std::to_string(theClock->now() - START));
+}
+
+template <char Name, unsigned Pause, int Times>
+void* sleeper(void*) {
+    for (int i = 0; i < Times; ++i) {
+        note({Name});
+        theClock->sleep(Pause);
+    }
+    return nullptr;
+}
+
+std::atomic<int> handled = 0;
+void onSignal(int) {
+    ++handled;
+}
+
+class VirtualClockTest : public simtest::SimulatedMachine {
+  protected:
+    void start(std::optional<int64_t> limit) {
+        // Threads may outlive their test, and with them the clock.
+        static std::vector<std::unique_ptr<VirtualClock>> clocks;
+        clocks.push_back(std::make_unique<VirtualClock>(START, limit, statusFile, limitFile));
+        theClock = clocks.back().get();
+        events.clear();
+        handled = 0;
+        signal(SIGUSR1, onSignal);
+    }
+    static pthread_t startThread(void* (*body)(void*)) {
+        pthread_t thread = {};
+        EXPECT_EQ(theClock->startThread(&thread, body), 0);
+        return thread;
+    }
+    // In real time, from a thread that the clock does not know.
+    template <class Condition>
+    static void waitUntil(Condition condition) {
+        const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (!condition() && std::chrono::steady_clock::now() < giveUp) std::this_thread::yield();
+        EXPECT_TRUE(condition());
+    }
+    bool stands() const { return simtest::readFile(statusFile) == "standing"; }
+
+    simtest::TemporaryDirectory directory;
+    std::string statusFile = directory.path() + "/clock";
+    std::string limitFile = directory.path() + "/until";
+};
+
+TEST_F(VirtualClockTest, threadsTakeTurnsByWakeUpTimeAndTheYoungestFirst) {
+    start({});
+    const pthread_t ending = startThread(sleeper<'a', 30, 4>);
+    const pthread_t endless = startThread(sleeper<'b', 60, 100>);
+    for (int i = 0; i < 3; ++i) {
+        note("m");
+        EXPECT_EQ(theClock->sleep(60), 0);
+    }
+    pthread_cancel(endless);
+    pthread_join(endless, nullptr);
+    note("m");
+    EXPECT_EQ(theClock->sleep(60), 0);
+    note("m");
+    pthread_join(ending, nullptr);
+    const std::vector<std::string> expected = {"m0",  "b0",   "a0",   "a30",  "b60",  "a60", "m60",
+                                               "a90", "b120", "m120", "b180", "m180", "m240"};
+    EXPECT_EQ(events, expected);
+}
+
+TEST_F(VirtualClockTest, itStandsAtTheLimitWhichTheFileMoves) {
+    start(100); // counts from the start
+    const pthread_t thread = startThread(sleeper<'a', 100, 3>);
+    std::thread test([&] {
+        waitUntil([&] { return stands(); });
+        EXPECT_EQ(theClock->now(), START + 100); // what is due at the limit has happened
+        EXPECT_EQ(events.back(), "a100");
+        std::filesystem::remove(statusFile);
+        simtest::writeFile(limitFile, "150\n"); // nothing is due before
+        waitUntil([&] { return stands(); });
+        EXPECT_EQ(theClock->now(), START + 150);
+        EXPECT_EQ(events.back(), "a100");
+        simtest::writeFile(limitFile, "soon");
+        waitUntil([&] { return simtest::readFile(file("log")).find(limitFile) != std::string::npos; });
+        std::filesystem::remove(statusFile);
+        simtest::writeFile(limitFile, std::to_string(START + 250));
+        waitUntil([&] { return stands(); });
+        EXPECT_EQ(events.back(), "a200");
+        simtest::writeFile(limitFile, "1000");
+    });
+    EXPECT_EQ(theClock->sleep(1000), 0);
+    EXPECT_EQ(theClock->now(), START + 1000);
+    EXPECT_FALSE(std::filesystem::exists(statusFile));
+    test.join();
+    pthread_join(thread, nullptr);
+}
+
+TEST_F(VirtualClockTest, aHandlerEndsTheSleepOfItsThreadEvenWhileTheClockStands) {
+    start(START + 10);
+    const pthread_t main = pthread_self();
+    std::thread test([&] {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, nullptr);
+        waitUntil([&] { return stands(); });
+        pthread_kill(main, SIGUSR1);
+    });
+    EXPECT_EQ(theClock->sleep(60), 50);
+    EXPECT_EQ(handled, 1);
+    EXPECT_EQ(theClock->now(), START + 10);
+    EXPECT_FALSE(stands());
+    test.join();
+}
+
+// Keeps the turn until the main thread has had two signals, then sleeps.
+pthread_t signalledThread;
+void* signalTwice(void*) {
+    for (int wanted = 1; wanted <= 2; ++wanted) {
+        pthread_kill(signalledThread, SIGUSR1);
+        while (handled < wanted) std::this_thread::yield();
+    }
+    note("s");
+    theClock->sleep(60);
+    return nullptr;
+}
+
+TEST_F(VirtualClockTest, aThreadThatAHandlerWokeWaitsForItsTurn) {
+    start({});
+    signalledThread = pthread_self();
+    const pthread_t thread = startThread(signalTwice);
+    EXPECT_EQ(theClock->sleep(45), 45);
+    note("m");
+    EXPECT_EQ(events, (std::vector<std::string>{"s0", "m0"}));
+    pthread_cancel(thread);
+    pthread_join(thread, nullptr);
+}
+
+TEST_F(VirtualClockTest, secondsAreDecimalDigits) {
+    EXPECT_EQ(parseSeconds("1767225600\n"), 1767225600);
+    for (const char* text : {"", "\n", "-1", "+1", " 1", "1x", "1.5", "0x10", "99999999999999999999", "253402300800"})
+        EXPECT_EQ(parseSeconds(text), std::nullopt) << text;
+}
+
+} // namespace

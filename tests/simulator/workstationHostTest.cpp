@@ -1,0 +1,286 @@
+#include "platform/appHelper.h"
+#include "platform/csm.h"
+#include "platform/host.h"
+#include "platform/lcm.h"
+#include "platform/procmanager.h"
+#include "platform/storelib.h"
+
+#include "tests/simulator/simulatedMachine.h"
+
+#include <csignal>
+#include <optional>
+#include <sys/time.h>
+
+using simtest::readFile;
+using simtest::TemporaryDirectory;
+
+namespace {
+
+// The settings are read once a process: each case has one of its own, started afresh.
+class HostProcess : public testing::Test {
+  public:
+    // The new process runs this test again as far as the call that it is started for.
+    HostProcess() {
+        GTEST_FLAG_SET(death_test_style, "threadsafe");
+        const char* outer = getenv("HOST_PROCESS_ROOT");
+        if (outer == nullptr) directory.emplace();
+        root = outer != nullptr ? outer : directory->path();
+        setenv("HOST_PROCESS_ROOT", root.c_str(), 1);
+    }
+    ~HostProcess() override { unsetenv("HOST_PROCESS_ROOT"); }
+
+    static void settings(const std::string& root, std::initializer_list<std::pair<const char*, const char*>> others) {
+        for (const char* name : {"BMC_SPEED", "BMC_TIME", "BMC_UNTIL", "BMC_TRACE"}) unsetenv(name);
+        setenv("BMC_ROOT", root.c_str(), 1);
+        for (const auto& [name, value] : others) setenv(name, value, 1);
+    }
+    // The statement of a death test.
+    [[noreturn]] static void report(const std::string& text) {
+        fprintf(stderr, "<%s>", text.c_str());
+        _exit(0);
+    }
+
+  protected:
+    std::optional<TemporaryDirectory> directory;
+    std::string root;
+};
+
+void runFirstUse(const std::string& root, const char* name, const char* value) {
+    HostProcess::settings(root, {{name, value}});
+    HostPathBuffer path;
+    hostPath("/var", path);
+    hostTime();
+    _exit(0);
+}
+
+TEST_F(HostProcess, settingsThatCannotBeUsedEndItWithAClearMessage) {
+    const struct {
+        const char* name;
+        const char* value;
+        const char* message;
+    } cases[] = {
+        {"BMC_ROOT", "", "BMC_ROOT is not set"},
+        {"BMC_ROOT", "/", "BMC_ROOT must not be / itself"},
+        {"BMC_ROOT", "/proc/none/none", "cannot make the directory /proc/none/none: No such file"},
+        {"BMC_SPEED", "0.5", "BMC_SPEED=0.5: neither a number from 1"},
+        {"BMC_SPEED", "fast", "BMC_SPEED=fast: neither"},
+        {"BMC_TIME", "-5", "BMC_TIME=-5: not a number of seconds"},
+        {"BMC_UNTIL", "1h", "BMC_UNTIL=1h: not a number of seconds"},
+    };
+    for (const auto& [name, value, message] : cases)
+        EXPECT_EXIT(runFirstUse(root, name, value), testing::ExitedWithCode(2), message);
+}
+
+void runLayOut(const std::string& directory) {
+    if (chdir(directory.c_str()) != 0) HostProcess::report("no directory");
+    HostProcess::settings("root/", {});
+    HostPathBuffer path;
+    std::string text = hostPath("/var/LogFile.RST", path);
+    text += std::string(" ") + hostPath(std::string(PATH_MAX, 'x').c_str(), path);
+    for (const char* made : {"var/run", "var/log", "tmp", "proc", "simulator", "conf/kept"})
+        if (!std::filesystem::exists("root/" + std::string(made))) text += std::string(" no ") + made;
+    HostProcess::report(text);
+}
+
+TEST_F(HostProcess, pathsLieBelowTheRootWhichIsLaidOut) {
+    std::filesystem::create_directories(root + "/root/conf");
+    std::ofstream(root + "/root/conf/kept") << "kept";
+    EXPECT_EXIT(runLayOut(root), testing::ExitedWithCode(0), "/root/var/LogFile.RST >");
+}
+
+void onSignal(int) {}
+
+void runFasterClock(const std::string& root) {
+    HostProcess::settings(root, {{"BMC_SPEED", "20000"}, {"BMC_TIME", "1000000"}});
+    const int64_t start = hostTime().seconds;
+    const unsigned left = hostSleep(600); // 30 ms
+    const int64_t slept = hostTime().seconds - start;
+    signal(SIGALRM, onSignal);
+    const itimerval soon = {{0, 0}, {0, 20000}};
+    setitimer(ITIMER_REAL, &soon, nullptr);
+    const unsigned early = hostSleep(4000000); // 200 s
+    HostProcess::report(left == 0 && start < 1100000 && slept >= 600 && early > 1000000 ? "good" : "bad");
+}
+
+TEST_F(HostProcess, aFasterClockSleepsShorterAndStopsEarlyForASignal) {
+    EXPECT_EXIT(runFasterClock(root), testing::ExitedWithCode(0), "<good>");
+}
+
+void* sleepForEver(void*) {
+    for (;;) hostSleep(1000000);
+}
+
+void runCancellation(const std::string& root, const char* speed) {
+    HostProcess::settings(root, {{"BMC_SPEED", speed}, {"BMC_UNTIL", "1000"}});
+    pthread_t thread = {};
+    hostStartThread(&thread, sleepForEver);
+    hostSleep(0); // the thread's turn
+    pthread_cancel(thread);
+    pthread_join(thread, nullptr);
+    HostProcess::report("joined");
+}
+
+TEST_F(HostProcess, aThreadIsCancelledInItsSleep) {
+    for (const char* speed : {"1", "max"})
+        EXPECT_EXIT(runCancellation(root, speed), testing::ExitedWithCode(0), "<joined>");
+}
+
+// A handler may end the process wherever it finds it.
+void exitInHandler(int) {
+    exit(0);
+}
+
+void runExitInHandler(const std::string& root) {
+    HostProcess::settings(root, {{"BMC_SPEED", "max"}, {"BMC_UNTIL", "0"}});
+    signal(SIGALRM, exitInHandler);
+    atexit([] { hostSyslog("ended"); });
+    pthread_t thread = {};
+    hostStartThread(&thread, sleepForEver);
+    const itimerval soon = {{0, 0}, {0, 20000}};
+    setitimer(ITIMER_REAL, &soon, nullptr);
+    hostSleep(60);
+}
+
+TEST_F(HostProcess, aHandlerMayExitWhileTheClockStands) {
+    EXPECT_EXIT(runExitInHandler(root), testing::ExitedWithCode(0), "");
+    EXPECT_EQ(readFile(root + "/simulator/syslog"), "ended\n");
+    EXPECT_EQ(readFile(root + "/simulator/clock"), "standing");
+}
+
+void runTracedCalls(const std::string& root) {
+    HostProcess::settings(root, {{"BMC_SPEED", "max"}, {"BMC_TIME", "5000"}, {"BMC_TRACE", "1"}});
+    if (hostSleep(600) != 0 || hostTime().seconds != 5600 || hostTime().microseconds != 0) _exit(1);
+    simtest::writeFile(
+        root + "/machine.json",
+        R"({"controllers": [{"id": 7, "records": {"MR_PR_STATUS": {"numIterations": 513, "size": 4}}}]})");
+    uint8_t record[16] = {};
+    raid_ControllerGetOperation(7, 0x01070100, record, sizeof record);
+    raid_ControllerGetOperation(8, 0x01070100, record, sizeof record);
+    raid_GetLogicalDriveState(3);
+    char text[16];
+    raid_StrncpyTrim(text, " a\"\xc3 ", 5);
+    etcGetDate(0, text, 3);
+    _exit(0);
+}
+
+TEST_F(HostProcess, traceRecordsEveryCallWithItsInputsAndOutput) {
+    EXPECT_EXIT(runTracedCalls(root), testing::ExitedWithCode(0), "");
+    EXPECT_EQ(
+        readFile(root + "/simulator/calls.jsonl"),
+        R"({"time": 5600, "call": "raid_ControllerGetOperation", "args": [7, 17236224, 16], "result": 0, "out": "01020000"}
+{"time": 5600, "call": "raid_ControllerGetOperation", "args": [8, 17236224, 16], "result": 1}
+{"time": 5600, "call": "raid_GetLogicalDriveState", "args": [3], "result": "Optimal"}
+{"time": 5600, "call": "raid_StrncpyTrim", "args": ["206122c320", 5], "result": 0, "out": "6122c3"}
+{"time": 5600, "call": "etcGetDate", "args": [0, 3], "result": 1}
+)");
+}
+
+// The calls that are recorded in any case; their results come from the machine file.
+class RecordedCalls : public simtest::SimulatedMachine {
+  protected:
+    void SetUp() override { std::filesystem::remove(file("calls.jsonl")); }
+    // Without the time.
+    static std::vector<std::string> calls() {
+        std::vector<std::string> result;
+        std::istringstream lines(readFile(file("calls.jsonl")));
+        for (std::string line; std::getline(lines, line);) result.push_back(line.substr(line.find(", \"call\"") + 2));
+        return result;
+    }
+};
+
+TEST_F(RecordedCalls, theProcessMonitorShowsWhatItMonitors) {
+    describe(R"({"processMonitor": {"deregister": 5}})");
+    const char* const arguments[] = {"-c", nullptr};
+    EXPECT_EQ(ProcMonitorRegister("/bin/a", 0, "daemon", 0, 0), 0);
+    EXPECT_EQ(ProcMonitorRegisterExt(77, "/bin/b", 0, "child", 3, 2, arguments), 0);
+    EXPECT_EQ(readFile(file("monitor/daemon")), std::to_string(getpid()) + "\n");
+    EXPECT_EQ(readFile(file("monitor/child")), "77\n");
+    EXPECT_EQ(ProcMonitorDeRegister("/bin/a"), 5);
+    EXPECT_TRUE(std::filesystem::exists(file("monitor/daemon")));
+    describe(R"({"processMonitor": {"register": 1}})");
+    EXPECT_EQ(ProcMonitorDeRegister("/bin/a"), 0);
+    EXPECT_EQ(ProcMonitorRegister("/bin/a", 0, "daemon", 0, 0), 1);
+    EXPECT_FALSE(std::filesystem::exists(file("monitor/daemon")));
+    ProcMonitorDeRegister("/bin/b");
+    ProcMonitorDeRegister("\"\\\n\xc3");
+    const std::vector<std::string> expected = {
+        R"("call": "ProcMonitorRegister", "args": ["/bin/a", 0, "daemon", 0, 0], "result": 0})",
+        R"("call": "ProcMonitorRegisterExt", "args": [77, "/bin/b", 0, "child", 3, 2, "-c", null], "result": 0})",
+        R"("call": "ProcMonitorDeRegister", "args": ["/bin/a"], "result": 5})",
+        R"("call": "ProcMonitorDeRegister", "args": ["/bin/a"], "result": 0})",
+        R"("call": "ProcMonitorRegister", "args": ["/bin/a", 0, "daemon", 0, 0], "result": 1})",
+        R"("call": "ProcMonitorDeRegister", "args": ["/bin/b"], "result": 0})",
+        R"("call": "ProcMonitorDeRegister", "args": ["\"\\\u000a\u00c3"], "result": 0})"};
+    EXPECT_EQ(calls(), expected);
+}
+
+TEST_F(RecordedCalls, aSignalToAnUnknownProcessIsOnlyRecorded) {
+    describe("{}");
+    EXPECT_EQ(hostSignal(getpid(), SIGKILL), 0);
+    EXPECT_EQ(calls().at(0), R"("call": "hostSignal", "args": [)" + std::to_string(getpid()) + R"(, 9], "result": 0})");
+}
+
+TEST_F(RecordedCalls, configurationItemsAreReadAndWritten) {
+    describe(
+        R"({"configSpace": {"513": "host", "5128": {"raw": {"0": "0102030405"}}}, "configSpaceWriteFails": [5128]})");
+    const auto read = [](uint16_t id, uint32_t length) {
+        char bytes[8] = "zzzzzzz";
+        return LCMconfigSpaceRead(id, 3, bytes, length) == 1 ? std::string(bytes, 7) : "none";
+    };
+    EXPECT_EQ(read(513, 8), std::string("host\0zz", 7));
+    EXPECT_EQ(read(5128, 4), "\1\2\3\4zzz");
+    EXPECT_EQ(read(12, 8), "none");
+    EXPECT_EQ(LCMconfigSpaceWrite(12, 0, "\x0a\x0b", 2), 1);
+    EXPECT_EQ(LCMconfigSpaceWrite(513, 0, "", 0), 1);
+    EXPECT_EQ(LCMconfigSpaceWrite(5128, 0, "no", 2), 0);
+    EXPECT_EQ(read(12, 8), "\x0a\x0bzzzzz");
+    EXPECT_EQ(read(513, 8), "zzzzzzz");
+    EXPECT_EQ(read(5128, 1), "\1zzzzzz");
+    const std::vector<std::string> expected = {
+        R"("call": "LCMconfigSpaceWrite", "args": [12, 0, "0a0b", 2], "result": 1})",
+        R"("call": "LCMconfigSpaceWrite", "args": [513, 0, "", 0], "result": 1})",
+        R"("call": "LCMconfigSpaceWrite", "args": [5128, 0, "6e6f", 2], "result": 0})"};
+    EXPECT_EQ(calls(), expected);
+}
+
+TEST_F(RecordedCalls, theAgentsAnswerTheirOwnRequestOnly) {
+    const uint8_t request[] = {0, 0, 0, 8};
+    const struct {
+        const char* agents;
+        uint8_t command;
+        uint32_t length;
+        int result;
+        int ends; // the first byte, the sixth and the seventh
+    } cases[] = {
+        {"null", 2, 4, 0, 0xFFFFFF},
+        {R"({"state": 2})", 2, 4, 1, 0x0002FF},
+        {R"({"state": 2})", 3, 4, 0, 0xFFFFFF},
+        {R"({"state": 2})", 2, 3, 0, 0xFFFFFF},
+        {R"({"response": {"raw": {"0": "c1"}}})", 2, 4, 1, 0xC1FFFF},
+        {R"({"response": {"raw": {"0": "000000000107080909090909090909090909"}}})", 2, 4, 1, 0x000708},
+    };
+    for (const auto& [agents, command, length, result, ends] : cases) {
+        describe(std::string(R"({"agents": )") + agents + "}");
+        uint8_t answer[16];
+        memset(answer, 0xFF, sizeof answer);
+        EXPECT_EQ(LCMipmiSendCmdC(0xB8, command, length, request, sizeof answer, answer), result) << agents;
+        EXPECT_EQ(answer[0] << 16 | answer[5] << 8 | answer[6], ends) << agents;
+    }
+    EXPECT_EQ(calls().at(1),
+              R"("call": "LCMipmiSendCmdC", "args": [184, 2, 4, "00000008", 16], "result": 1, "out": "000000000102"})");
+}
+
+TEST_F(RecordedCalls, datesAreLocalTime) {
+    setenv("TZ", "XYZ-5", 1);
+    tzset();
+    char text[32];
+    EXPECT_EQ(etcGetDate(951771600, text, sizeof text), 0);
+    EXPECT_STREQ(text, "2000-02-29");
+    EXPECT_EQ(etcGetDateAndTime(951771600, text, sizeof text), 0);
+    EXPECT_STREQ(text, "2000-02-29 02:00:00");
+    EXPECT_EQ(etcGetDateAndTime(951771600, text, 19), 1);
+    unsetenv("TZ");
+    tzset();
+}
+
+} // namespace

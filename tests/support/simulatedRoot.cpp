@@ -1,0 +1,38 @@
+#include "tests/support/simulatedRoot.h"
+
+#include "platform/storelib.h"
+
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace {
+
+struct TemporaryRoot {
+    std::string path = testing::TempDir() + "bmcRootXXXXXX";
+
+    TemporaryRoot() {
+        if (mkdtemp(path.data()) == nullptr) abort();
+        setenv("BMC_ROOT", path.c_str(), 1);
+    }
+    ~TemporaryRoot() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path, ignored);
+    }
+};
+
+} // namespace
+
+const std::string& simulatedRoot() {
+    static const TemporaryRoot root;
+    return root.path;
+}
+
+void describeMachine(const nlohmann::json& machine) {
+    const std::string file = simulatedRoot() + "/machine.json";
+    std::ofstream(file + ".new") << machine.dump();
+    std::filesystem::rename(file + ".new", file); // a new inode: the change is noticed whatever the clock shows
+    SL_CTRL_LIST_T list;
+    ASSERT_EQ(raid_GetControllerList(&list), 0);
+}
