@@ -1,0 +1,118 @@
+# shellcheck shell=bash disable=SC2154
+# Sourced by ./run, ./test and .ci/run: what must be on a machine, and the way from there to a build.
+# The caller sets `here`, the directory of the checkout.
+
+# When it is needed, how it is seen to be there, and its package in Debian and Ubuntu. Configuring looks for
+# the test library as well, so ./run needs it too: one build directory serves both commands.
+readonly PREREQUISITES='
+build   command  g++                     g++
+build   command  cmake                   cmake
+build   command  ninja                   ninja-build
+build   header   nlohmann/json.hpp       nlohmann-json3-dev
+build   header   expat.h                 libexpat1-dev
+build   header   gtest/gtest.h           libgtest-dev
+checks  command  git                     git
+checks  command  readelf                 binutils
+checks  command  clang-format-14         clang-format-14
+checks  command  run-clang-tidy-14       clang-tidy-14
+checks  command  i686-linux-gnu-g++      g++-i686-linux-gnu
+'
+
+fail() {
+    printf '%s: %s\n' "${0##*/}" "$*" >&2
+    exit 1
+}
+
+isThere() { # command|header NAME
+    case $1 in
+    command) command -v "$2" >/dev/null ;;
+    header) g++ -E -x c++ - <<<"#include <$2>" >/dev/null 2>&1 ;;
+    esac
+}
+
+# The packages of what is missing, on one line.
+missingPackages() { # STAGE
+    local stage kind name package missing=()
+    while read -r stage kind name package; do
+        [[ $stage == "$1" ]] && ! isThere "$kind" "$name" && missing+=("$package")
+    done <<<"$PREREQUISITES"
+    echo "${missing[*]}"
+}
+
+# Runs a command whose output matters only when it fails; then the end of it is shown.
+quietly() { # LOG COMMAND...
+    local log=$1
+    shift
+    "$@" >"$log" 2>&1 </dev/null && return
+    tail -n 40 "$log" >&2
+    return 1
+}
+
+# apt-get as root, never with a question.
+aptGet() {
+    local asRoot=()
+    ((EUID == 0)) || asRoot=(sudo -n)
+    "${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -y -o DPkg::Lock::Timeout=300 "$@"
+}
+
+installMissing() { # STAGE
+    local missing
+    missing=$(missingPackages "$1")
+    [[ -n $missing ]] || return 0
+    command -v apt-get >/dev/null ||
+        fail "missing here; install what is called in Debian: $missing"
+    ((EUID == 0)) || sudo -n true 2>/dev/null ||
+        fail "missing here; install as root: apt-get install $missing"
+
+    echo "Installing $missing"
+    mkdir -p "$here/build" || exit
+    # The lists may be old or none; where they cannot be renewed those that are there may do.
+    quietly "$here/build/apt.log" aptGet update || echo "(the package lists could not be renewed)" >&2
+    # shellcheck disable=SC2086 # a list of words
+    quietly "$here/build/apt.log" aptGet install --no-install-recommends $missing ||
+        fail "could not install $missing"
+    missing=$(missingPackages "$1")
+    [[ -z $missing ]] || fail "installed, but of no use here: $missing"
+}
+
+buildDirectory() { # PRESET
+    case $1 in
+    default) echo "$here/build" ;;
+    *) echo "$here/build-$1" ;;
+    esac
+}
+
+# Ninja itself asks for a new configuration when a CMakeLists.txt or the set of files has changed.
+configure() { # PRESET
+    local directory cache
+    directory=$(buildDirectory "$1")
+    cache=$directory/CMakeCache.txt
+    mkdir -p "$directory" || exit
+    if [[ -f $cache ]] && ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$here" "$cache"; then
+        rm -rf "$cache" "$directory/CMakeFiles" # the checkout was moved or copied
+    fi
+    [[ -f $directory/build.ninja && -f $cache && $directory/build.ninja -nt $here/CMakePresets.json ]] && return
+    (cd "$here" && quietly "$directory/configure.log" cmake --preset "$1") || fail "could not configure the build"
+}
+
+# Waits until no other call holds FILE; it is ours until this process ends, or DESCRIPTOR is closed.
+takeTurn() { # FILE DESCRIPTOR
+    eval "exec $2>\"\$1\"" || exit
+    flock -n "$2" && return
+    echo "Waiting for another call to end"
+    flock "$2"
+}
+
+# Silent when nothing is to be done. One at a time: two builds in one directory would spoil each other.
+build() { # PRESET [TARGET...]
+    local directory
+    directory=$(buildDirectory "$1")
+    mkdir -p "$directory" || exit
+    takeTurn "$directory/build.lock" 8
+    configure "$1"
+    shift
+    ninja -C "$directory" "$@" </dev/null 2>&1 8>&- |
+        sed -u -e '/: Entering directory /d' -e '/Re-checking globbed directories/d' -e '/^ninja: no work to do/d' ||
+        fail "could not build"
+    exec 8>&-
+}
