@@ -37,6 +37,9 @@ constexpr uint32_t MR_PROP_SSD_PATROL_READ = 1U << 6;
 constexpr uint32_t MR_PROP_SPIN_DOWN_UNCONFIGURED = 1U << 7;
 constexpr uint32_t MR_PROP_NO_HOT_SPARE_SPIN_DOWN = 1U << 12;
 
+// Controllers count seconds from 2000-01-01 00:00:00; in seconds since 1970.
+constexpr int64_t MR_TIME_EPOCH = 946684800;
+
 constexpr uint8_t MR_PR_STATE_ACTIVE = 2;
 
 constexpr uint8_t MR_BBU_TYPE_NONE = 0;

@@ -32,7 +32,6 @@ enum BatteryParam {
     BATTERY_REMAINING_CAPACITY,
 };
 
-constexpr int64_t SECONDS_1970_TO_2000 = 946684800; // the controller's times count from 2000
 constexpr uint32_t SECONDS_PER_DAY = 86400;
 constexpr uint16_t SERIAL_NUMBER_NONE = 0xFFFF;
 
@@ -162,7 +161,7 @@ int formLearnMode(const MRCtrlInst& controller, char* text, int size) {
 
 int formNextLearnTime(const MR_BBU_PROPERTIES* properties, char* text, int size) {
     if (properties == nullptr || properties->nextLearnTime == 0) return VALUE_OK;
-    const int64_t seconds = int64_t{properties->nextLearnTime} + SECONDS_1970_TO_2000;
+    const int64_t seconds = int64_t{properties->nextLearnTime} + MR_TIME_EPOCH;
     return etcGetDateAndTime(seconds, text, size_t(size)) == 0 ? VALUE_OK : VALUE_NO_OBJECT;
 }
 

@@ -2,7 +2,7 @@
 
 #include "cache/oobCache.h"
 #include "daemon/trace.h"
-#include "values/fieldText.h"
+#include "values/textValue.h"
 
 #include <cstdio>
 
@@ -40,9 +40,9 @@ void cleanBuildTime(MR_IMAGE_COMPONENT& component) {
 void getFirmwareVersion(const MR_CTRL_INFO& info, char* text, int size) {
     for (uint32_t i = 0; i < getComponentCount(info); ++i) {
         const MR_IMAGE_COMPONENT& component = info.imageComponent[i];
-        trace("CTRLFWVERSION - Name[%d] ='%s'\n", int(i), copyField(component.name).text);
+        trace("CTRLFWVERSION - Name[%d] ='%s'\n", int(i), endField(component.name).text);
         if (!hasName(component, FIRMWARE_NAME)) continue;
-        snprintf(text, size_t(size), "%s", copyField(component.version).text);
+        snprintf(text, size_t(size), "%s", endField(component.version).text);
         return;
     }
 }
@@ -50,8 +50,8 @@ void getFirmwareVersion(const MR_CTRL_INFO& info, char* text, int size) {
 void getBiosVersion(const MR_CTRL_INFO& info, char* text, int size) {
     const MR_IMAGE_COMPONENT* bios = findBios(info);
     if (bios == nullptr) return;
-    trace("oobMR_getCtrlInfo():CTRLBIOSVERSION:name='%s'\n", copyField(bios->name).text);
-    const auto version = copyField(bios->version);
+    trace("oobMR_getCtrlInfo():CTRLBIOSVERSION:name='%s'\n", endField(bios->name).text);
+    const auto version = endField(bios->version);
     snprintf(text, size_t(size), "%.*s", int(strcspn(version.text, "_")), version.text);
 }
 
@@ -59,7 +59,7 @@ void getUefiDriverVersion(const MR_CTRL_INFO& info, char* text, int size) {
     for (uint32_t i = 0; i < getComponentCount(info); ++i) {
         const MR_IMAGE_COMPONENT& component = info.imageComponent[i];
         if (!hasName(component, BIOS_NAME)) continue;
-        const auto version = copyField(component.version);
+        const auto version = endField(component.version);
         const char* separator = strrchr(version.text, '_');
         if (separator == nullptr) continue;
         trace("oobMR_getCtrlInfo():CTRLUEFIDRIVERVERSION: version='%s'\n", version.text);
@@ -74,7 +74,7 @@ void getFirmwareBuildTime(MR_CTRL_INFO& info, char* text, int size) {
         if (!hasName(component, FIRMWARE_NAME)) continue;
         if (component.buildDate[0] == '\0' || component.buildTime[0] == '\0') continue;
         cleanBuildTime(component);
-        snprintf(text, size_t(size), "%s %s", copyField(component.buildDate).text, copyField(component.buildTime).text);
+        snprintf(text, size_t(size), "%s %s", endField(component.buildDate).text, endField(component.buildTime).text);
     }
 }
 
@@ -83,8 +83,8 @@ void getBiosBuildTime(MR_CTRL_INFO& info, char* text, int size) {
     if (found == nullptr) return;
     MR_IMAGE_COMPONENT& bios = info.imageComponent[found - info.imageComponent];
     cleanBuildTime(bios);
-    const auto date = copyField(bios.buildDate);
-    const auto time = copyField(bios.buildTime);
+    const auto date = endField(bios.buildDate);
+    const auto time = endField(bios.buildTime);
     trace("oobMR_getCtrlInfo():CTRLBIOSBUILDTIME: ptr->buildDate='%s',  ptr->buildTime='%s'\n", date.text, time.text);
     if (strcmp(date.text, time.text) != 0) {
         snprintf(text, size_t(size), "%s %s", date.text, time.text);

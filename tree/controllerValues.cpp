@@ -5,7 +5,7 @@
 #include "daemon/trace.h"
 #include "platform/host.h"
 #include "tree/controllerImages.h"
-#include "values/fieldText.h"
+#include "values/textValue.h"
 
 #include <cstdio>
 #include <ctime>
@@ -23,7 +23,7 @@ struct Request {
 };
 
 void setText(const Request& request, const char* text) {
-    snprintf(request.text, size_t(request.size), "%s", text);
+    copyText(request.text, request.size, text);
 }
 
 constexpr uint8_t SAS_INTERFACES =
@@ -34,9 +34,6 @@ constexpr uint32_t BOOT_LD_SIZE = 64;
 constexpr uint16_t NO_BOOT_LD = 0xFFFF;
 constexpr uint32_t DCMD_ALARM_STATE = 0x01030100;
 constexpr uint32_t PATROL_READ_CONTINUOUS = 0xFFFFFFFF; // of execFreq
-
-// Controllers count seconds from 2000-01-01.
-constexpr int64_t CONTROLLER_EPOCH = 946684800;
 
 const char* getCoercionModeText(uint8_t mode) {
     if (mode > 1) return "1 GB";
@@ -49,7 +46,7 @@ const char* getScheduleModeText(uint8_t mode) {
 }
 
 void getName(const Request& request) {
-    snprintf(request.text, size_t(request.size), "%s(%d)", copyField(request.controller.mrInfo->productName).text,
+    snprintf(request.text, size_t(request.size), "%s(%d)", endField(request.controller.mrInfo->productName).text,
              raid_GetControllerNumber(request.controller.ctrlId));
 }
 
@@ -108,7 +105,7 @@ void getMaxChannelInUse(const Request& request) {
 
 // The host driver's text is "name.extension version".
 void getDriverName(const Request& request) {
-    const auto driver = copyField(request.controller.mrInfo->hostDriver);
+    const auto driver = endField(request.controller.mrInfo->hostDriver);
     if (driver.text[0] == '\0') return;
     const size_t length = strchr(driver.text, ' ') == nullptr ? strlen(driver.text) : strcspn(driver.text, ". ");
     snprintf(request.text, size_t(request.size), "%.*s", int(length), driver.text);
@@ -116,7 +113,7 @@ void getDriverName(const Request& request) {
 }
 
 void getDriverVersion(const Request& request) {
-    const auto driver = copyField(request.controller.mrInfo->hostDriver);
+    const auto driver = endField(request.controller.mrInfo->hostDriver);
     const char* blank = strchr(driver.text, ' ');
     setText(request, blank == nullptr ? driver.text : blank + 1);
 }
@@ -128,7 +125,7 @@ void getNextPatrolRead(const Request& request) {
     trace("CTRLPATNEXTEXEC:nextExec=%d\n", int(properties->nextExec));
     if (properties->nextExec == 0) return;
 
-    const int64_t next = CONTROLLER_EPOCH + properties->nextExec;
+    const int64_t next = MR_TIME_EPOCH + properties->nextExec;
     const int64_t now = hostTime().seconds;
     trace("CTRLPATNEXTEXEC: now time = %lu\n", static_cast<unsigned long>(now));
     const int64_t latest = now + properties->execFreq;
@@ -207,8 +204,8 @@ constexpr void (*FORMS[])(R) = {
     [](R r) { r.value = r.ctrlIndex; }, // 1 AdapterNumber
     getName, // 2 Name
     [](R r) { setText(r, raid_GetPCIVendorName(r.controller.mrInfo->pciSubVendorId)); }, // 3 Vendor
-    [](R r) { setText(r, copyField(r.controller.mrInfo->productName).text); }, // 4 Product
-    [](R r) { setText(r, copyField(r.controller.mrInfo->serialNumber).text); }, // 5 SerialNumber
+    [](R r) { setText(r, endField(r.controller.mrInfo->productName).text); }, // 4 Product
+    [](R r) { setText(r, endField(r.controller.mrInfo->serialNumber).text); }, // 5 SerialNumber
     getSasAddress, // 6 SASAddress
     [](R r) { r.value = r.controller.mrInfo->devicePortCount; }, // 7 PortCount
     getMaxChannelInUse, // 8 MaxChannelInUse
@@ -216,7 +213,7 @@ constexpr void (*FORMS[])(R) = {
     getDriverVersion, // 10 DriverVersion
     [](R r) { getUefiDriverVersion(*r.controller.mrInfo, r.text, r.size); }, // 11 UEFIDriverVersion
     getProtocol, // 12 Protocol
-    [](R r) { setText(r, copyField(r.controller.mrInfo->packageVersion).text); }, // 13 FWPackageVersion
+    [](R r) { setText(r, endField(r.controller.mrInfo->packageVersion).text); }, // 13 FWPackageVersion
     [](R r) { getFirmwareVersion(*r.controller.mrInfo, r.text, r.size); }, // 14 FirmwareVersion
     [](R r) { getFirmwareBuildTime(*r.controller.mrInfo, r.text, r.size); }, // 15 FirmwareBuildTime
     [](R r) { getBiosVersion(*r.controller.mrInfo, r.text, r.size); }, // 16 BIOSVersion

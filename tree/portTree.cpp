@@ -5,8 +5,8 @@
 #include "tree/enclosureTree.h"
 #include "tree/tableWalk.h"
 #include "values/enclosure.h"
-#include "values/fieldText.h"
 #include "values/physicalDrive.h"
+#include "values/textValue.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -48,7 +48,7 @@ void addConnectorPorts(XMLNode* adapter, int ctrlIndex, const MRCtrlInst& contro
     if (controller.mrSASConn == nullptr) return;
     trace("\taddPortInfo2XML(): mrSASConn->count= %d\n", int(controller.mrSASConn->count));
     for (uint32_t c = 0; c < getListCount(controller.mrSASConn); ++c) {
-        const auto name = copyField(controller.mrSASConn->conn[c].name);
+        const auto name = endField(controller.mrSASConn->conn[c].name);
         XMLNode* port = createPort(name.text);
         appendChild(adapter, port);
         trace("\taddPortInfo2XML(): LOOP: connIndex=%d, Port-Name= '%s'\n", int(c), name.text);

@@ -2,7 +2,6 @@
 
 #include "daemon/trace.h"
 
-#include <cstdio>
 #include <cstring>
 
 namespace {
@@ -38,6 +37,16 @@ FieldText<width> getAtaText(const SataIdentifyData& sata, size_t offset) {
     return result;
 }
 
+// Whatever the case of the text; the key is in lower case. Both are too short for a cleverer search to pay.
+bool contains(const char* text, const char* key) {
+    for (; *text != '\0'; ++text) {
+        size_t i = 0;
+        while (key[i] != '\0' && (text[i] >= 'A' && text[i] <= 'Z' ? text[i] - 'A' + 'a' : text[i]) == key[i]) ++i;
+        if (key[i] == '\0') return true;
+    }
+    return false;
+}
+
 bool isTranslated(const char* vendor) {
     return strncmp(vendor, "ATA", 3) == 0;
 }
@@ -58,7 +67,7 @@ void setDriveVendor(const MR_PD_INFO& info, const SataIdentifyData* sata, char* 
     constexpr int size = sizeof vendor.text;
     if (sata != nullptr) {
         if (getSignature(*sata) == ATA_SIGNATURE &&
-            strcasestr(getAtaText<ATA_MODEL_WIDTH>(*sata, ATA_MODEL_OFFSET).text, "Intel") != nullptr)
+            contains(getAtaText<ATA_MODEL_WIDTH>(*sata, ATA_MODEL_OFFSET).text, "intel"))
             copyText(vendor.text, size, "Intel");
         if (isTranslated(vendor.text)) {
             const auto product = trimField(info.product);
@@ -68,7 +77,7 @@ void setDriveVendor(const MR_PD_INFO& info, const SataIdentifyData* sata, char* 
                 model = remainder;
             }
             for (const VendorKey& entry : vendorKeys)
-                if (strcasestr(model, entry.key) != nullptr) copyText(vendor.text, size, entry.vendor);
+                if (contains(model, entry.key)) copyText(vendor.text, size, entry.vendor);
         }
     }
     trace("oobMR_getPDInfo(PDVENDOR): Vendor='%s'\n", vendor.text);
