@@ -114,31 +114,49 @@ void readScheduleProperties(int i, MRCtrlInst& controller) {
     noteAllocation(controller.mrCCScheduleProps);
 }
 
-// False: there is no battery at all. *type is that of the battery, 0 when its status could not be read.
+// False: there is no battery at all. `type` is that of the battery, 0 when its status could not be read.
 bool readBatteryStatus(int i, MRCtrlInst& controller, uint8_t& type) {
-    MR_BBU_STATUS* status = nullptr;
     type = MR_BBU_TYPE_NONE;
-    if (readControllerRecord(controller.ctrlId, DCMD_BBU_STATUS, status) != 0) return true;
+    MR_BBU_STATUS buffer{};
+    if (raid_ControllerGetOperation(controller.ctrlId, DCMD_BBU_STATUS, &buffer, sizeof buffer) != 0) return true;
+    const bool isNone = buffer.batteryType == MR_BBU_TYPE_NONE;
+    if (!isNone) controller.mrBBUStatus = copyRecord(buffer);
+    if (!isNone && controller.mrBBUStatus == nullptr) return true;
     trace("createCache_CtrlInfo2(%d): Success in reading MR_BBU_STATUS\n", i);
-    type = status->batteryType;
-    if (type == MR_BBU_TYPE_NONE) {
-        freeUnnoted(status);
-        return false;
-    }
-    controller.mrBBUStatus = status;
-    noteAllocation(status);
+    if (isNone) return false;
+    type = buffer.batteryType;
+    noteAllocation(controller.mrBBUStatus);
     return true;
 }
 
-// Messages of one battery record around a read that was made.
-template <class Record>
-void noteBatteryRecord(int i, const char* record, int status, Record* member) {
+void readBatteryCapacity(int i, MRCtrlInst& controller) {
+    const int status = readControllerRecord(controller.ctrlId, DCMD_BBU_CAPACITY_INFO, controller.mrBBUCapacityInfo);
     if (status != 0) {
-        trace("createCache_CtrlInfo2(%d): ERROR in reading %s (ret=%d)\n", i, record, status);
+        trace("createCache_CtrlInfo2(%d): ERROR in reading MR_BBU_CAPACITY_INFO (ret=%d)\n", i, status);
         return;
     }
-    trace("createCache_CtrlInfo2(%d): Success in reading %s\n", i, record);
-    noteAllocation(member);
+    trace("createCache_CtrlInfo2(%d): Success in reading MR_BBU_CAPACITY_INFO\n", i);
+    noteAllocation(controller.mrBBUCapacityInfo);
+}
+
+void readBatteryProperties(int i, MRCtrlInst& controller) {
+    const int status = readControllerRecord(controller.ctrlId, DCMD_BBU_PROPERTIES, controller.mrBBUProperties);
+    if (status != 0) {
+        trace("createCache_CtrlInfo2(%d): ERROR in reading MR_BBU_PROPERTIES (ret=%d)\n", i, status);
+        return;
+    }
+    trace("createCache_CtrlInfo2(%d): Success in reading MR_BBU_PROPERTIES\n", i);
+    noteAllocation(controller.mrBBUProperties);
+}
+
+void readBatteryDesign(int i, MRCtrlInst& controller) {
+    const int status = readControllerRecord(controller.ctrlId, DCMD_BBU_DESIGN_INFO, controller.mrBBUDesignInfo);
+    if (status != 0) {
+        trace("createCache_CtrlInfo2(%d): ERROR in reading MR_BBU_DESIGN_INFO (ret=%d)\n", i, status);
+        return;
+    }
+    trace("createCache_CtrlInfo2(%d): Success in reading MR_BBU_DESIGN_INFO\n", i);
+    noteAllocation(controller.mrBBUDesignInfo);
 }
 
 // False: a battery of type 0 was found.
@@ -146,16 +164,9 @@ bool readBattery(int i, MRCtrlInst& controller) {
     if ((controller.mrInfo->hwPresent & MR_HW_PRESENT_BBU) == 0) return true;
     uint8_t type = MR_BBU_TYPE_NONE;
     if (!readBatteryStatus(i, controller, type)) return false;
-
-    const uint32_t ctrlId = controller.ctrlId;
-    if (type != MR_BBU_TYPE_CAPACITOR) {
-        const int status = readControllerRecord(ctrlId, DCMD_BBU_CAPACITY_INFO, controller.mrBBUCapacityInfo);
-        noteBatteryRecord(i, "MR_BBU_CAPACITY_INFO", status, controller.mrBBUCapacityInfo);
-    }
-    const int propertiesStatus = readControllerRecord(ctrlId, DCMD_BBU_PROPERTIES, controller.mrBBUProperties);
-    noteBatteryRecord(i, "MR_BBU_PROPERTIES", propertiesStatus, controller.mrBBUProperties);
-    const int designStatus = readControllerRecord(ctrlId, DCMD_BBU_DESIGN_INFO, controller.mrBBUDesignInfo);
-    noteBatteryRecord(i, "MR_BBU_DESIGN_INFO", designStatus, controller.mrBBUDesignInfo);
+    if (type != MR_BBU_TYPE_CAPACITOR) readBatteryCapacity(i, controller);
+    readBatteryProperties(i, controller);
+    readBatteryDesign(i, controller);
     return true;
 }
 

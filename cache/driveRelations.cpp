@@ -26,7 +26,7 @@ int sendCommand(uint32_t ctrlId, uint8_t command, uint8_t device, void* out, uin
 
 int raid_GetPDsOfLD(uint32_t ctrlId, uint8_t targetId, SL_PD_IN_LD_T* out) {
     const int status = sendCommand(ctrlId, COMMAND_PDS_OF_LD, targetId, out, sizeof *out);
-    if (status != 0)
+    if (status != 0 && isTracing())
         trace("raid_GetPDsOfLD(): FAILED to get physical disks for logical disk with ctrlId=%d, devId=%d ret=%d(%s)\n",
               int(ctrlId), targetId, status, raid_GetErrorStatus(status));
     return status;
@@ -34,7 +34,7 @@ int raid_GetPDsOfLD(uint32_t ctrlId, uint8_t targetId, SL_PD_IN_LD_T* out) {
 
 int raid_GetLDsOfPD(uint32_t ctrlId, uint16_t deviceId, SL_LD_OF_PD_T* out) {
     const int status = sendCommand(ctrlId, COMMAND_LDS_OF_PD, uint8_t(deviceId), out, sizeof *out);
-    if (status != 0)
+    if (status != 0 && isTracing())
         trace("raid_GetPDsOfLD(): FAILED to get logical disks for physical disk with ctrlId=%d, devId=%d ret=%d(%s)\n",
               int(ctrlId), deviceId, status, raid_GetErrorStatus(status));
     return status;

@@ -8,18 +8,22 @@
 
 constexpr int READ_NO_MEMORY = 1; // the copy could not be had: the read counts as failed
 
+// A zero-filled block with a copy of the record, not yet accounted; NULL: no memory.
+template <class Record>
+[[nodiscard]] Record* copyRecord(const Record& record) {
+    void* copy = allocateZeroed(1, sizeof record);
+    if (copy != nullptr) memcpy(copy, &record, sizeof record);
+    return static_cast<Record*>(copy);
+}
+
 // Calls read(buffer) with a zeroed buffer and keeps a copy in `member` when it returns 0. The copy is entered
 // into the accounting by the caller (noteAllocation), after the message about the read.
 template <class Record, class Read>
 [[nodiscard]] int readRecord(Record*& member, Read&& read) {
     Record buffer{};
     const int status = read(&buffer);
-    member = nullptr;
-    if (status != 0) return status;
-    member = static_cast<Record*>(allocateZeroed(1, sizeof buffer));
-    if (member == nullptr) return READ_NO_MEMORY;
-    memcpy(member, &buffer, sizeof buffer);
-    return 0;
+    member = status == 0 ? copyRecord(buffer) : nullptr;
+    return status == 0 && member == nullptr ? READ_NO_MEMORY : status;
 }
 
 // The same for a record that raid_ControllerGetOperation gives.

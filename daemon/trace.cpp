@@ -6,7 +6,7 @@ int g_traceEnabled = 0;
 FILE* g_traceFile = nullptr;
 
 void trace(const char* format, ...) {
-    if (g_traceEnabled == 0 || g_traceFile == nullptr) return;
+    if (!isTracing()) return;
     va_list arguments;
     va_start(arguments, format);
     vfprintf(g_traceFile, format, arguments);

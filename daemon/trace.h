@@ -7,6 +7,11 @@
 extern int g_traceEnabled; // 1: the trace file existed when the last update began
 extern FILE* g_traceFile;  // NULL: closed
 
+// True while texts are written, for those that cost something to make.
+inline bool isTracing() {
+    return g_traceEnabled != 0 && g_traceFile != nullptr;
+}
+
 // Writes and flushes one text while tracing is enabled and the stream is open.
 [[gnu::format(printf, 1, 2)]] void trace(const char* format, ...);
 

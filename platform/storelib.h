@@ -5,6 +5,7 @@
 // id. Reads return 0 on success and leave the caller's record alone otherwise; the texts of the
 // code-to-text functions are constants of the library, one for unknown codes included.
 
+#include "platform/storelibDriveRecords.h"
 #include "platform/storelibRecords.h"
 
 #include <cstdlib>

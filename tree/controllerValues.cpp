@@ -129,9 +129,9 @@ void getNextPatrolRead(const Request& request) {
     const int64_t now = hostTime().seconds;
     trace("CTRLPATNEXTEXEC: now time = %lu\n", static_cast<unsigned long>(now));
     const int64_t latest = now + properties->execFreq;
+    if (properties->execFreq != 0 && latest < next) return;
     trace("CTRLPATNEXTEXEC: curDelay= %llu, maxDelay= %llu\n", static_cast<unsigned long long>(next),
           static_cast<unsigned long long>(latest));
-    if (properties->execFreq != 0 && latest < next) return;
 
     const time_t time = next;
     tm local{};

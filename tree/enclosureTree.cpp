@@ -14,8 +14,7 @@ constexpr TableWalk PROCESSOR_WALK = {enclProcParams_Table,
                                       },
                                       true,
                                       false,
-                                      nullptr,
-                                      false};
+                                      {}};
 
 constexpr TableWalk FAN_WALK = {enclFanParams_Table,
                                 [](int paramID, const TreeObject& object, char* text, int size, int32_t* value) {
@@ -24,13 +23,12 @@ constexpr TableWalk FAN_WALK = {enclFanParams_Table,
                                 },
                                 true,
                                 false,
-                                nullptr,
-                                false};
+                                {}};
 
 const SL_ENCL_STATUS_T* getStatusBlock(int ctrlIndex, int enclIndex) {
     const MRCtrlInst* controller = getController(ctrlIndex);
     if (controller == nullptr || uint32_t(enclIndex) >= getListCount(controller->mrEnclList)) return nullptr;
-    return controller->mrEnclStatus[enclIndex];
+    return controller->mrEnclStatus == nullptr ? nullptr : controller->mrEnclStatus[enclIndex];
 }
 
 constexpr TableWalk POWER_SUPPLY_WALK = {
@@ -41,8 +39,7 @@ constexpr TableWalk POWER_SUPPLY_WALK = {
     },
     true,
     false,
-    nullptr,
-    false};
+    {}};
 
 constexpr TableWalk SENSOR_WALK = {enclTempSensorParams_Table,
                                    [](int paramID, const TreeObject& object, char* text, int size, int32_t* value) {
@@ -51,8 +48,7 @@ constexpr TableWalk SENSOR_WALK = {enclTempSensorParams_Table,
                                    },
                                    false,
                                    false,
-                                   nullptr,
-                                   false};
+                                   {}};
 
 bool isUnsupported(const SL_ENCL_STATUS_T* status, EnclosureElement kind, uint32_t index) {
     return getElement(status, kind, index).status == SL_ENCL_ELEM_STATUS_UNSUPPORTED;

@@ -20,8 +20,7 @@ constexpr TableWalk DRIVE_WALK = {pdParams_Table,
                                   },
                                   false,
                                   false,
-                                  nullptr,
-                                  false};
+                                  {}};
 
 constexpr TableWalk ENCLOSURE_WALK = {enclParams_Table,
                                       [](int paramID, const TreeObject& object, char* text, int size, int32_t* value) {
@@ -30,8 +29,7 @@ constexpr TableWalk ENCLOSURE_WALK = {enclParams_Table,
                                       },
                                       true,
                                       false,
-                                      nullptr,
-                                      false};
+                                      {}};
 
 uint8_t getScsiDeviceType(const MR_PD_INFO& info) {
     return info.scsiDevType & SCSI_DEVICE_TYPE_MASK;
@@ -149,7 +147,7 @@ void addEnclosureInfo2XML(XMLNode* port, int ctrlIndex, int connIndex) {
     const MRCtrlInst* controller = getController(ctrlIndex);
     if (controller == nullptr) return;
     for (uint32_t e = 0; e < getListCount(controller->mrEnclList); ++e) {
-        const MR_PD_INFO* info = controller->mrEnclInfo[e];
+        const MR_PD_INFO* info = controller->mrEnclInfo == nullptr ? nullptr : controller->mrEnclInfo[e];
         if (info == nullptr || !isEnclosureShown(ctrlIndex, int(e), *info)) continue;
         const MR_ENCL_ENTRY entry = controller->mrEnclList->encl[e];
         if (entry.enclConnectorIndex != connIndex) continue;

@@ -15,14 +15,21 @@ struct TreeObject {
 
 using GetValue = int (*)(int paramID, const TreeObject& object, char* text, int size, int32_t* value);
 
+// The trace of a walk; all NULL: none. `result` is that of the value function or, when there was a value, of the
+// append; the second text also gets the two apart.
+struct WalkTrace {
+    void (*row)(const char* xmlParamName);
+    void (*result)(int result, int valueResult, int appendResult);
+    void (*end)(int result);
+};
+
 // How the rows of one kind of object become children.
 struct TableWalk {
     const ParamTableEntry* table;
     GetValue getValue;
     bool writesNegative;     // else a negative integer means that the value is not available
     bool endsOnFailedAppend; // else the next row is tried
-    const char* traceName;   // function named in the trace, NULL: no trace
-    bool tracesAppend;       // the trace tells both results
+    WalkTrace trace;
 };
 
 // Appends one child for each row that has an XML name and a value.

@@ -19,33 +19,52 @@ namespace {
 constexpr uint16_t CONFIG_SYSTEM_NAME = 513;
 constexpr size_t SYSTEM_NAME_SIZE = 64;
 
-constexpr TableWalk CONTROLLER_WALK = {ctrlParams_Table,
-                                       [](int paramID, const TreeObject& object, char* text, int size, int32_t* value) {
-                                           return oobMR_getCtrlInfo(paramID, object.ctrlIndex, text, size, value);
-                                       },
-                                       false,
-                                       true,
-                                       "addCtrlInfo2XML",
-                                       false};
+constexpr TableWalk CONTROLLER_WALK = {
+    .table = ctrlParams_Table,
+    .getValue = [](int paramID, const TreeObject& object, char* text, int size,
+                   int32_t* value) { return oobMR_getCtrlInfo(paramID, object.ctrlIndex, text, size, value); },
+    .writesNegative = false,
+    .endsOnFailedAppend = true,
+    .trace = {
+        [](const char* name) { trace("\taddCtrlInfo2XML(): Loop: ctrlParams_Table[i].xmlParamName='%s'\n", name); },
+        [](int result, int, int) { trace("\taddCtrlInfo2XML(): Loop: ret=%d, XP_SUCCESS=%d\n", result, XP_SUCCESS); },
+        [](int result) { trace("addCtrlInfo2XML(): END - ret=%d\n", result); },
+    },
+};
 
-constexpr TableWalk BATTERY_WALK = {battParams_Table,
-                                    [](int paramID, const TreeObject& object, char* text, int size, int32_t* value) {
-                                        return oobMR_getCtrlBatteryInfo(paramID, object.ctrlIndex, text, size, value);
-                                    },
-                                    false,
-                                    true,
-                                    "addCtrlBatteryInfo2XML",
-                                    false};
+constexpr TableWalk BATTERY_WALK = {
+    .table = battParams_Table,
+    .getValue = [](int paramID, const TreeObject& object, char* text, int size,
+                   int32_t* value) { return oobMR_getCtrlBatteryInfo(paramID, object.ctrlIndex, text, size, value); },
+    .writesNegative = false,
+    .endsOnFailedAppend = true,
+    .trace = {
+        [](const char* name) {
+            trace("\taddCtrlBatteryInfo2XML(): Loop: ctrlParams_Table[i].xmlParamName='%s'\n", name);
+        },
+        [](int result, int, int) {
+            trace("\taddCtrlBatteryInfo2XML(): Loop: ret=%d, XP_SUCCESS=%d\n", result, XP_SUCCESS);
+        },
+        [](int result) { trace("addCtrlBatteryInfo2XML(): END - ret=%d\n", result); },
+    },
+};
 
 constexpr TableWalk LOGICAL_DRIVE_WALK = {
-    ldParams_Table,
-    [](int paramID, const TreeObject& object, char* text, int size, int32_t* value) {
-        return oobMR_getLDInfo(paramID, object.ctrlIndex, object.index, text, size, value);
+    .table = ldParams_Table,
+    .getValue =
+        [](int paramID, const TreeObject& object, char* text, int size, int32_t* value) {
+            return oobMR_getLDInfo(paramID, object.ctrlIndex, object.index, text, size, value);
+        },
+    .writesNegative = false,
+    .endsOnFailedAppend = true,
+    .trace = {
+        [](const char* name) { trace("\taddLDInfo2XML(): Loop: ctrlParams_Table[i].xmlParamName='%s'\n", name); },
+        [](int, int valueResult, int appendResult) {
+            trace("\taddLDInfo2XML(): Loop: ret=%d, appRet=%d\n", valueResult, appendResult);
+        },
+        [](int result) { trace("addLDInfo2XML(): END - ret=%d\n", result); },
     },
-    false,
-    true,
-    "addLDInfo2XML",
-    true};
+};
 
 void addCtrlInfo2XML(XMLNode* adapter, int ctrlIndex) {
     appendTable(adapter, CONTROLLER_WALK, {.ctrlIndex = ctrlIndex});
@@ -119,7 +138,7 @@ void addMultiplexerInfo2XML(XMLNode* system, XMLNode* multiplexer) {
 }
 
 XMLDoc* failDocument(XMLDoc* document) {
-    freeXMLDoc(document);
+    if (document != nullptr) freeXMLDoc(document);
     trace("getRSTfromCache(): END (XML is not created) => NULL\n");
     return nullptr;
 }
