@@ -38,7 +38,7 @@ int32_t readThreshold(int paramID, const Enclosure& enclosure, uint32_t sensor) 
     if (raid_GetEnclosureTemperatureThreshold(enclosure.controller->ctrlId, enclosure.deviceId, sensor,
                                               enclosure.status, &thresholds) != 0)
         return NO_TEMPERATURE;
-    // The record has the high limits before the low ones, each warning before critical.
+    // Where the four rows find their limits in the record.
     constexpr int positions[] = {3, 1, 2, 0};
     const float value = thresholds.value[positions[paramID - SENSOR_CRITICAL_LOW]];
     return value == THRESHOLD_NOT_SET ? NO_TEMPERATURE : truncateTemperature(value);
