@@ -57,6 +57,7 @@ void freeUnnoted(void* block) {
 void delete_my_memory(const void* address, int count) {
     if (count < 0 || clearSlot(address, count)) return;
     printf("MEMORY_ERROR : delete_my_memory(0x%x)!\n", traceAddress(address));
+    fflush(stdout);
 }
 
 void print_my_memory(int count) {
@@ -65,6 +66,7 @@ void print_my_memory(int count) {
             const unsigned address = traceAddress(g_allocTable[i]);
             printf("MEMORY_occupied: addr[%d] = 0x%x (%d)\n", i, address, int(address));
         }
+    fflush(stdout);
 }
 
 void getMemoryUsage(long* vmRSS, long* vmSize) {

@@ -27,6 +27,7 @@ static_assert(std::atomic<long>::is_always_lock_free && std::atomic<int>::is_alw
 tm toLocalTime(int64_t seconds) {
     const time_t time = seconds;
     tm local{};
+    tzset(); // the zone may have been changed since
     if (localtime_r(&time, &local) != nullptr) g_utcOffset = local.tm_gmtoff;
     return local;
 }
@@ -43,8 +44,9 @@ size_t formatClock(char* text) {
     return sizeof clock;
 }
 
-void writeLine(int fd, const char* text, size_t length) {
-    if (write(fd, text, length) < 0) return; // a log that cannot be written has nowhere to say so
+// A log that cannot be written has nowhere to say so.
+bool writeLine(int fd, const char* text, size_t length) {
+    return write(fd, text, length) == ssize_t(length);
 }
 
 int openRSTLog() {
@@ -78,7 +80,12 @@ void logMessage(const char* format, ...) {
     writeLine(fd, line, strlen(line));
 }
 
+void noteLocalTime() {
+    toLocalTime(hostTime().seconds);
+}
+
 int logRST(const char* format, ...) {
+    deliverSignals();
     const HostTime now = hostTime();
     const tm local = toLocalTime(now.seconds);
     const int fd = openRSTLog();
@@ -93,15 +100,16 @@ int logRST(const char* format, ...) {
     va_start(arguments, format);
     const int length = vsnprintf(message, sizeof message, format, arguments);
     va_end(arguments);
+    bool written = true;
     if (length > 0) {
         char line[RST_MESSAGE_SIZE + 64];
         const int lineLength = snprintf(line, sizeof line, "%4d/%02d/%02d %02d:%02d:%02d.%06ld\t%s\n",
                                         local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
                                         local.tm_min, local.tm_sec, long{now.microseconds}, message);
-        writeLine(fd, line, size_t(lineLength));
+        written = writeLine(fd, line, size_t(lineLength));
     }
     unlockFirstByte(fd);
-    return close(fd);
+    return close(fd) == 0 && written ? 0 : -1;
 }
 
 HandlerLine::HandlerLine() : length_(formatClock(text_)) {}

@@ -16,8 +16,11 @@ extern std::atomic<int> g_logFd;
 [[gnu::format(printf, 1, 2)]] void logMessage(const char* format, ...);
 
 // Writes "YYYY/MM/DD HH:MM:SS.uuuuuu<tab>message<newline>", the message cut at 511 characters, under the file's
-// lock. Returns the result of closing, -1 when the file could not be opened or locked (the line is dropped).
+// lock. 0, or -1 when the file could not be opened, locked, written or closed: the line is lost.
 [[gnu::format(printf, 1, 2)]] int logRST(const char* format, ...);
+
+// Once a pass: how local time differs from UTC, for the handlers, which must not ask.
+void noteLocalTime();
 
 // A line of the daemon log put together by a signal handler that may have interrupted anything.
 class HandlerLine {

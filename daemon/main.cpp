@@ -16,16 +16,17 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+clock_t g_startTicks; // processor time used before the daemon was one; for a debugger
 
 namespace {
 
 constexpr unsigned PASS_SECONDS = 60;
 constexpr int STATUS_PERIOD = 2; // passes
 constexpr int TREE_PERIOD = 5;   // passes
-
-clock_t g_startTicks; // processor time used before the daemon was one; for a debugger
 
 struct PassState {
     int statusPhase = STATUS_PERIOD; // 1: this pass reports
@@ -39,6 +40,13 @@ void rejectOptions(int argc, char* argv[]) {
     printf("Usage: %s\n", slash == nullptr ? argv[0] : slash + 1);
     printf("\n");
     exit(0);
+}
+
+// So that no log ever becomes standard output.
+void openStandardStreams() {
+    int fd = open("/dev/null", O_RDWR);
+    while (fd >= 0 && fd <= STDERR_FILENO) fd = open("/dev/null", O_RDWR);
+    if (fd > STDERR_FILENO) close(fd);
 }
 
 void logStart(const char* program) {
@@ -68,6 +76,7 @@ void enterVar() {
 }
 
 void runPass(PassState& pass) {
+    noteLocalTime();
     rotateLogFile(); // first, so that the pass's own lines stay
     systemInfoCycle();
     if (pass.statusPhase == 1) {
@@ -93,6 +102,7 @@ int main(int argc, char* argv[]) {
     if (setsid() == -1) return -2;
     g_startTicks = clock();
 
+    openStandardStreams();
     openLogFile();
     logStart(argv[0]);
     registerDaemon();

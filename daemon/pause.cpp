@@ -2,6 +2,7 @@
 
 #include "platform/host.h"
 
+#include <cerrno>
 #include <csignal>
 #include <unistd.h>
 
@@ -14,20 +15,30 @@ std::atomic<unsigned> g_deferredSignals = 0; // by bit number
 std::atomic<bool> g_waiting = false;         // the main thread is in a wait
 std::atomic<bool> g_giveUpTimerRuns = false;
 
-constexpr int TERMINATION_SIGNALS[] = {SIGTERM, SIGINT};
+// In the order of delivery: SIGINT does more than SIGTERM.
+constexpr int TERMINATION_SIGNALS[] = {SIGINT, SIGTERM};
 
 bool inMainThread() {
     return gettid() == getpid();
 }
 
-// Opens the wait; true when a kept signal's handler ran. Whatever arrives from then on is handled at once.
-bool openWait() {
-    g_waiting = true;
-    const unsigned kept = g_deferredSignals.exchange(0);
-    for (const int signal : {SIGTERM, SIGINT, SIGUSR1})
-        if ((kept & 1U << signal) != 0) raise(signal);
-    return kept != 0;
-}
+// While it lives, the main thread waits: kept signals are delivered at its beginning, others as they arrive.
+class Wait {
+  public:
+    Wait() : outer_(g_waiting.exchange(true)), kept_(g_deferredSignals.exchange(0)) {
+        for (const int signal : {SIGINT, SIGTERM, SIGUSR1})
+            if ((kept_ & 1U << signal) != 0) raise(signal);
+    }
+    ~Wait() { g_waiting = outer_; } // a handler may wait itself
+    Wait(const Wait&) = delete;
+    Wait& operator=(const Wait&) = delete;
+
+    bool hasDelivered() const { return kept_ != 0; }
+
+  private:
+    const bool outer_;
+    const unsigned kept_;
+};
 
 } // namespace
 
@@ -49,22 +60,32 @@ void startGiveUpTimer() {
     if (!g_giveUpTimerRuns.exchange(true)) alarm(GIVE_UP_SECONDS);
 }
 
+bool isGiveUpTimerRunning() {
+    return g_giveUpTimerRuns;
+}
+
+void deliverSignals() {
+    if (inMainThread()) {
+        const Wait wait;
+    }
+}
+
 void pauseSeconds(unsigned seconds) {
     if (!inMainThread()) {
         hostSleep(seconds);
         return;
     }
-    if (!openWait()) hostSleep(seconds);
-    g_waiting = false;
+    const Wait wait;
+    if (!wait.hasDelivered()) hostSleep(seconds);
 }
 
 int lockFirstByte(int fd) {
     if (lseek(fd, 0, SEEK_SET) == -1) return -1;
+    if (lockf(fd, F_TLOCK, 1) == 0) return 0;
+    if (errno != EACCES && errno != EAGAIN) return -1;
     if (!inMainThread()) return lockf(fd, F_LOCK, 1);
-    openWait();
-    const int result = lockf(fd, F_LOCK, 1);
-    g_waiting = false; // leaves errno alone
-    return result;
+    const Wait wait;
+    return lockf(fd, F_LOCK, 1);
 }
 
 void unlockFirstByte(int fd) {

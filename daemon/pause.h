@@ -1,8 +1,8 @@
 #pragma once
 
-// Where the main thread may be interrupted. SIGTERM, SIGINT and SIGUSR1 take effect only while the main thread
-// waits, in one of the functions below, where it holds no lock and is in the middle of no file. Between such
-// places their handlers defer them (deferSignal), and the next wait delivers them.
+// Where the main thread may be interrupted. SIGTERM, SIGINT and SIGUSR1 take effect only in the functions below,
+// where it holds no lock and is in the middle of no write. Elsewhere their handlers keep them (deferSignal), and
+// the next of these places delivers them.
 
 #include <atomic>
 #include <sys/types.h>
@@ -21,11 +21,15 @@ int getDeferredTermination();
 
 // Starts the time that is left for ending, unless it runs already: SIGALRM comes when it is over.
 void startGiveUpTimer();
+bool isGiveUpTimerRunning();
+
+// Delivers what was kept. For the places before a file is opened and truncated.
+void deliverSignals();
 
 // Sleeps; returns early when a handler ran, also one for a signal kept from before. Any thread.
 void pauseSeconds(unsigned seconds);
 
-// Takes the lockf lock on the first byte of an open file, waits while another process holds it; 0 or -1 with
-// errno. Moves the file position to 0.
+// Takes the lockf lock on the first byte of an open file; 0 or -1 with errno. Signals are delivered only while
+// another process holds it. Moves the file position to 0.
 int lockFirstByte(int fd);
 void unlockFirstByte(int fd);

@@ -2,19 +2,24 @@
 
 #include "platform/host.h"
 
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 FILE* openTmpFile(const char* path, const char* mode) {
     HostPathBuffer buffer;
+    const char* found = hostPath(path, buffer);
     const bool append = mode[0] == 'a';
     // Without waiting for a FIFO's reader; what is opened is truncated only once it is known to be a file.
-    const int fd = open(hostPath(path, buffer),
-                        O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | (append ? O_APPEND : 0), 0600);
+    const int flags = O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | (append ? O_APPEND : 0);
+    // O_CREAT on another user's file is refused in a sticky directory, even to root.
+    int fd = open(found, flags);
+    if (fd == -1 && errno == ENOENT) fd = open(found, flags | O_CREAT | O_EXCL, 0600);
     if (fd == -1) return nullptr;
     struct stat status;
-    if (fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && (append || ftruncate(fd, 0) == 0))
+    const bool isPlainFile = fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1;
+    if (isPlainFile && (append || ftruncate(fd, 0) == 0))
         if (FILE* file = fdopen(fd, mode); file != nullptr) return file;
     close(fd);
     return nullptr;

@@ -8,6 +8,8 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <initializer_list>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 std::atomic<unsigned char> g_running = 1;
@@ -19,19 +21,43 @@ constexpr char STOP_TEXT[] = "demon version " DAEMON_VERSION " stopped.";
 
 std::atomic<bool> g_stopNoted = false;
 
+sigset_t makeSignalSet(std::initializer_list<int> signals) {
+    sigset_t set;
+    sigemptyset(&set);
+    for (const int signal : signals) sigaddset(&set, signal);
+    return set;
+}
+
 void changeSignalMask(int how) {
-    sigset_t signals;
-    sigemptyset(&signals);
-    for (const int signal : {SIGTERM, SIGINT, SIGUSR1, SIGALRM}) sigaddset(&signals, signal);
+    const sigset_t signals = makeSignalSet({SIGTERM, SIGINT, SIGUSR1, SIGALRM});
     pthread_sigmask(how, &signals, nullptr);
 }
 
-// Nothing is to interrupt the exit but its time limit.
+// While it lives, nothing interrupts a handler but the time limit of the exit.
+class UndisturbedHandler {
+  public:
+    UndisturbedHandler() {
+        const sigset_t requests = makeSignalSet({SIGTERM, SIGINT, SIGUSR1});
+        pthread_sigmask(SIG_BLOCK, &requests, &before_);
+        const sigset_t limit = makeSignalSet({SIGALRM});
+        pthread_sigmask(SIG_UNBLOCK, &limit, nullptr);
+    }
+    ~UndisturbedHandler() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    UndisturbedHandler(const UndisturbedHandler&) = delete;
+    UndisturbedHandler& operator=(const UndisturbedHandler&) = delete;
+
+  private:
+    sigset_t before_;
+};
+
+// A thread that a library started may be given a signal of the main thread's: it is passed on.
+bool passToMainThread(int signal) {
+    if (gettid() == getpid()) return false;
+    syscall(SYS_tgkill, getpid(), getpid(), signal);
+    return true;
+}
+
 [[noreturn]] void endDaemon() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    for (const int signal : {SIGTERM, SIGINT, SIGUSR1}) sigaddset(&signals, signal);
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     startGiveUpTimer();
     exit(0);
 }
@@ -45,7 +71,8 @@ void noteTermination(int signal) {
 
 void onTerminateSignal(int signal) {
     const bool isRequest = signal == SIGTERM || signal == SIGUSR1; // else a fault of the program: at once
-    if (isRequest && deferSignal(signal)) return;
+    if (isRequest && (passToMainThread(signal) || deferSignal(signal))) return;
+    const UndisturbedHandler guard;
     noteTermination(signal);
     for (const int other : {SIGTERM, SIGABRT, SIGSEGV, SIGKILL, SIGTRAP, SIGBUS, SIGILL}) std::signal(other, SIG_DFL);
     endDaemon();
@@ -60,7 +87,8 @@ void noteRegistration() {
 }
 
 void onInterruptSignal(int signal) {
-    if (deferSignal(signal)) return;
+    if (passToMainThread(signal) || deferSignal(signal)) return;
+    const UndisturbedHandler guard;
     noteInterrupt();
     if (getpid() != g_mainPid) {
         HandlerLine()
@@ -82,13 +110,13 @@ void onInterruptSignal(int signal) {
 
 // Returns, and so ends the pause that it interrupts.
 void onSnmpdRestartSignal(int signal) {
-    if (signal != SIGUSR1 || deferSignal(signal)) return;
-    std::signal(SIGUSR1, onSnmpdRestartSignal);
-    restartSnmpdRegistration();
+    if (signal != SIGUSR1 || passToMainThread(signal) || deferSignal(signal)) return;
+    const UndisturbedHandler guard;
 }
 
 // The time for ending is over: the main thread hangs in a pass, or in the exit.
 void onGiveUp(int) {
+    if (!isGiveUpTimerRunning()) return; // another's alarm
     if (getpid() != g_mainPid) _exit(0);
     switch (const int signal = getDeferredTermination()) {
     case 0: break;
@@ -98,7 +126,7 @@ void onGiveUp(int) {
         break;
     default: noteTermination(signal);
     }
-    if (!g_stopNoted.exchange(true)) hostSyslogFromHandler(STOP_TEXT);
+    if (!g_stopNoted) hostSyslogFromHandler(STOP_TEXT);
     _exit(0);
 }
 
@@ -125,7 +153,8 @@ void unblockDaemonSignals() {
 
 void onExit() {
     if (getpid() == g_mainPid) {
-        if (!g_stopNoted.exchange(true)) hostSyslog(STOP_TEXT);
+        hostSyslog(STOP_TEXT);
+        g_stopNoted = true;
         g_running = 0;
     } else {
         HandlerLine()

@@ -24,7 +24,7 @@ int LCMconfigSpaceWrite(uint16_t id, uint16_t index, const void* data, uint32_t 
 LCMParamEntry* LCMParam_update(int refresh, const char* group, const char* name, int32_t instance, uint32_t* count);
 void LCMParamDb_destroyParameterTable(LCMParamEntry* table, uint32_t count);
 
-// Non-zero: sent and answered. *responseLength is the size of the response buffer.
+// Non-zero: sent and answered. responseLength is the size of the response buffer.
 int LCMipmiSendCmdC(uint8_t netFn, uint8_t command, uint32_t requestLength, const void* request,
                     uint32_t responseLength, void* response);
 }

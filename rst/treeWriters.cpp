@@ -23,11 +23,16 @@ struct FreeText {
 // The open tree file; closing releases the lock as well.
 struct TreeFile {
     explicit TreeFile(const char* path) {
+        deliverSignals(); // not while the file is empty
         HostPathBuffer buffer;
         fd = open(hostPath(path, buffer), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
     }
     ~TreeFile() {
-        if (fd != -1) close(fd);
+        if (fd != -1) ::close(fd);
+    }
+    void close() {
+        ::close(fd);
+        fd = -1;
     }
     TreeFile(const TreeFile&) = delete;
     TreeFile& operator=(const TreeFile&) = delete;
@@ -36,14 +41,15 @@ struct TreeFile {
 };
 
 // 0, or the errno of the last attempt. `what` names the file to the reader of the log.
-int lockTree(int fd, const char* function, const char* path, const char* what) {
+int lockTree(TreeFile& file, const char* function, const char* path, const char* what) {
     errno = 0;
     int error = 0;
-    for (int attempt = 1; lockFirstByte(fd) != 0; ++attempt) {
+    for (int attempt = 1; lockFirstByte(file.fd) != 0; ++attempt) {
         error = errno;
         pauseSeconds(1);
         trace("%s(): '%d' try to lock file '%s', errno=%d\n", function, attempt, path, error);
         if (attempt < LOCK_ATTEMPTS) continue;
+        file.close();
         logRST("%s(): END - ERROR:Other process has locked file '%s' (errno=%d) - Cannot update %s!", function, path,
                error, what);
         trace("%s(): END - Locking of file has failed! errno=%d\n", function, error);
@@ -75,9 +81,9 @@ int writeRST2File(const XMLDoc* document, const char* path) {
     trace("writeRST2File(): after writeXMLEnhancedForBf(): xmlStr= 0x%x\n", traceAddress(text.get()));
     if (text == nullptr) return WRITE_NO_TEXT;
 
-    const TreeFile file(path);
+    TreeFile file(path);
     if (file.fd == -1) return 0; // the next update finds no file and writes again
-    if (const int error = lockTree(file.fd, "writeRST2File", path, "XML RST file"); error != 0) return error;
+    if (const int error = lockTree(file, "writeRST2File", path, "XML RST file"); error != 0) return error;
 
     const size_t length = strlen(text.get());
     const size_t written = writeAll(file.fd, text.get(), length);
@@ -90,6 +96,7 @@ int writeRST2File(const XMLDoc* document, const char* path) {
         result = WRITE_INCOMPLETE;
     }
     unlockFirstByte(file.fd);
+    file.close();
     trace("writeRST2File(): END - ret=%d\n", result);
     return result;
 }
@@ -101,14 +108,16 @@ int writeRSTString2File(const char* text, const char* path) {
 
     const size_t length = strlen(text);
     int result = 0;
-    if (const TreeFile file(path); file.fd == -1) {
+    if (TreeFile file(path); file.fd == -1) {
         result = errno;
     } else {
-        if (const int error = lockTree(file.fd, "writeRSTString2File", path, "file"); error != 0) return error;
+        if (const int error = lockTree(file, "writeRSTString2File", path, "file"); error != 0) return error;
+        errno = 0;
         const size_t written = writeAll(file.fd, text, length);
-        if (written != length) result = errno;
+        if (written != length) result = errno != 0 ? errno : EIO;
         trace("writeRSTString2File(): fwrite returns len= %d\n", int(written));
         unlockFirstByte(file.fd);
+        file.close();
         logRST("writeRSTString2File(): Have successfully written RAID XML RST file with Inband data!");
     }
     trace("writeRSTString2File(): END - ret=%d\n", result);

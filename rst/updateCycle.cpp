@@ -60,12 +60,12 @@ void closeTrace() {
 
 void beginTrace() {
     g_traceEnabled = fileExists(TRACE_FILE) ? 1 : 0;
+    // A stream that an update left open goes on being written, but not into a file that is gone.
+    if (g_traceFile != nullptr && !isFileAt(TRACE_FILE, g_traceFile)) closeTrace();
     if (g_traceEnabled == 0) {
         logRST("updateRAIDStorageTree(): START:");
         return;
     }
-    // A stream that an update left open goes on being written, but not into a file that is gone.
-    if (g_traceFile != nullptr && !isFileAt(TRACE_FILE, g_traceFile)) closeTrace();
     if (g_traceFile == nullptr) g_traceFile = openTmpFile(TRACE_FILE, "w");
     printf("START of updateRAIDStorageTree... =====>");
     fflush(stdout);

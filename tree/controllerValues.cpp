@@ -138,6 +138,7 @@ void getNextPatrolRead(const Request& request) {
 
     const time_t time = next;
     tm local{};
+    tzset();
     if (localtime_r(&time, &local) == nullptr) return;
     // The calendar's raw fields: months from 0, years since 1900.
     snprintf(request.text, size_t(request.size), "%02d/%02d/%4d %02d:%02d:%02d", local.tm_mon, local.tm_mday,
