@@ -112,6 +112,8 @@ void onInterruptSignal(int signal) {
 void onSnmpdRestartSignal(int signal) {
     if (signal != SIGUSR1 || passToMainThread(signal) || deferSignal(signal)) return;
     const UndisturbedHandler guard;
+    std::signal(SIGUSR1, onSnmpdRestartSignal);
+    restartSnmpdRegistration();
 }
 
 // The time for ending is over: the main thread hangs in a pass, or in the exit.

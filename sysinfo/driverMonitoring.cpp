@@ -76,6 +76,7 @@ void noteUnusualCount(const char* what, const LCMParamValue& last) {
     if (file == nullptr) return;
     const time_t now = hostTime().seconds;
     tm local{};
+    tzset();
     localtime_r(&now, &local);
     char clock[8] = "";
     strftime(clock, sizeof clock, "%R", &local);
