@@ -4,6 +4,7 @@
 #include "daemon/pause.h"
 #include "platform/host.h"
 #include "platform/procmanager.h"
+#include "sysinfo/snmpdSupervision.h"
 
 #include <csignal>
 #include <cstdlib>
@@ -109,7 +110,10 @@ void onInterruptSignal(int signal) {
 
 // Returns, and so ends the pause that it interrupts.
 void onSnmpdRestartSignal(int signal) {
-    if (signal == SIGUSR1 && (passToMainThread(signal) || deferSignal(signal))) return;
+    if (signal != SIGUSR1 || passToMainThread(signal) || deferSignal(signal)) return;
+    const UndisturbedHandler guard;
+    std::signal(SIGUSR1, onSnmpdRestartSignal);
+    restartSnmpdRegistration();
 }
 
 // The time for ending is over: the main thread hangs in a pass, or in the exit.

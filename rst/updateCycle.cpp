@@ -9,12 +9,18 @@
 #include "daemon/trace.h"
 #include "platform/host.h"
 #include "platform/lcm.h"
+#include "rst/dqmiClient.h"
+#include "rst/inBandSource.h"
 #include "rst/treeComparison.h"
 #include "rst/treeWriters.h"
 #include "tree/treeBuilder.h"
 
 #include <cstdint>
+#include <cstdlib>
+#include <cstring>
 #include <sys/stat.h>
+
+unsigned char readiBData = 0;
 
 namespace {
 
@@ -107,6 +113,8 @@ int writeTree(const XMLDoc* document) {
 
 int updateFromControllers() {
     logRST("updateRAIDStorageTree(): Use Out-of-Band RAID data!");
+    free(ibMRCache);
+    ibMRCache = nullptr;
     OobMRCache* oldCache = oobMRCache;
     if (oldCache == nullptr) logRST("updateRAIDStorageTree(): First Call after start of ZEB_MIRA_Update demon!");
 
@@ -137,10 +145,45 @@ int updateFromControllers() {
 
 } // namespace
 
+int updateFromAgents() {
+    logRST("updateRAIDStorageTree(): Inband RAID data from QP agents is available!");
+    freeoobMRCache(oobMRCache);
+    oobMRCache = nullptr;
+
+    int changed = 1;
+    char errorText[DQMI_ERROR_SIZE];
+    ibMRCache = buildibMRCache(&changed, errorText);
+    if (ibMRCache == nullptr) return UPDATE_FROM_CONTROLLERS;
+    trace("updateRAIDStorageTree(): after buildibMRCache: ibMRCache=0x%x, len=%d, ibChangedFlag=%d\n",
+          traceAddress(ibMRCache), int(strlen(ibMRCache)), changed);
+    if (changed == 0 && fileExists(RST_FILE)) {
+        logRST("updateRAIDStorageTree(): END with '1' - ibMRCache=0x%x, ibChangedFlag=%d - No writing of XML RST file "
+               "will be done!\n",
+               traceAddress(ibMRCache), changed);
+        traceMemory();
+        trace("updateRAIDStorageTree(): END - No change of ib cache => do nothing!\n");
+        return UPDATE_NOTHING_NEW;
+    }
+
+    int code = UPDATE_WRITTEN;
+    if (writeRSTString2File(ibMRCache, RST_FILE) > 0) {
+        logRST("updateRAIDStorageTree(): Writing XML RST string into '%s' failed! (ret=%d)", RST_FILE, 1);
+        code = UPDATE_NOT_WRITTEN;
+    }
+    endTrace(code);
+    return code;
+}
+
 int updateRAIDStorageTree() {
     if (!isUpdateEnabled()) return UPDATE_DISABLED;
     beginTrace();
-    // The other source, the finished tree from the host's agents, is switched off.
-    trace("updateRAIDStorageTree(): readiBData is here fixed set to FALSE!\n");
+    readiBData = 0;
+    if (g_traceEnabled != 0) { // only a traced update looks at the setting
+        trace("updateRAIDStorageTree(): readiBData is here fixed set to FALSE!\n");
+        if (readiBData != 0) {
+            if (const int code = updateFromAgents(); code != UPDATE_FROM_CONTROLLERS) return code;
+            readiBData = 0;
+        }
+    }
     return updateFromControllers();
 }

@@ -13,3 +13,11 @@ constexpr int UPDATE_DISABLED = 5;    // by the configuration item, or it cannot
 // One tree update: reads the controllers, builds the document, and writes it when it differs from the kept one
 // or the file is missing. Returns an UPDATE_* code, or a negative result of the writer.
 int updateRAIDStorageTree();
+
+// 0 at every update: the tree comes from the controllers.
+extern unsigned char readiBData;
+
+// The update by the other source, the finished tree from the host's agents; reached only with readiBData set.
+// UPDATE_FROM_CONTROLLERS: the agents gave no tree.
+constexpr int UPDATE_FROM_CONTROLLERS = -1;
+int updateFromAgents();
