@@ -15,6 +15,7 @@ void setMessage(char* message, const char* text) {
 
 // A heap copy of the value with a NUL behind it.
 void* copyBytes(const LCMParamEntry& entry, uint32_t length) {
+    if (length == UINT32_MAX) return nullptr; // no room for the NUL
     auto* copy = static_cast<char*>(malloc(size_t{length} + 1));
     if (copy == nullptr) return nullptr;
     memcpy(copy, entry.value, length);
