@@ -25,6 +25,16 @@ bool clearSlot(const void* address, int count) {
     return false;
 }
 
+// The number behind the line's first word.
+bool readFigure(const char* line, long* figure) {
+    const char* text = line + strcspn(line, " \t");
+    char* end = nullptr;
+    const long value = strtol(text, &end, 10);
+    if (end == text) return false;
+    *figure = value;
+    return true;
+}
+
 } // namespace
 
 void* allocateZeroed(size_t count, size_t size) {
@@ -83,7 +93,7 @@ void getMemoryUsage(long* vmRSS, long* vmSize) {
     char* rest = nullptr;
     for (char* line = strtok_r(text, "\n", &rest); line != nullptr && !(rssFound && sizeFound);
          line = strtok_r(nullptr, "\n", &rest)) {
-        if (strstr(line, "VmRSS:") != nullptr) rssFound = sscanf(line, "%*s %ld", vmRSS) == 1;
-        if (strstr(line, "VmSize:") != nullptr) sizeFound = sscanf(line, "%*s %ld", vmSize) == 1;
+        if (strstr(line, "VmRSS:") != nullptr) rssFound = readFigure(line, vmRSS);
+        if (strstr(line, "VmSize:") != nullptr) sizeFound = readFigure(line, vmSize);
     }
 }

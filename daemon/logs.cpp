@@ -34,7 +34,7 @@ tm toLocalTime(int64_t seconds) {
 
 // "HH:MM<tab>" without the C library's calendar.
 size_t formatClock(char* text) {
-    constexpr int64_t day = 24 * 60 * 60;
+    constexpr int64_t day = int64_t{24} * 60 * 60;
     const int64_t second = ((hostTime().seconds + g_utcOffset) % day + day) % day;
     const int hour = int(second / 3600);
     const int minute = int(second / 60 % 60);

@@ -3,7 +3,7 @@
 # The caller sets `here`, the directory of the checkout.
 
 # When it is needed, how it is seen to be there, and its package in Debian and Ubuntu. Configuring looks for
-# the test library as well, so ./run needs it too: one build directory serves both commands.
+# the test libraries as well, so ./run needs them too: one build directory serves both commands.
 readonly PREREQUISITES='
 build   command  g++                     g++
 build   command  cmake                   cmake
@@ -11,6 +11,9 @@ build   command  ninja                   ninja-build
 build   header   nlohmann/json.hpp       nlohmann-json3-dev
 build   header   expat.h                 libexpat1-dev
 build   header   gtest/gtest.h           libgtest-dev
+build   header   gmock/gmock.h           libgmock-dev
+test    command  /usr/sbin/snmpd         snmpd
+test    command  snmpget                 snmp
 checks  command  git                     git
 checks  command  readelf                 binutils
 checks  command  clang-format-14         clang-format-14
@@ -31,10 +34,10 @@ isThere() { # command|header NAME
 }
 
 # The packages of what is missing, on one line.
-missingPackages() { # STAGE
+missingPackages() { # STAGE...
     local stage kind name package missing=()
     while read -r stage kind name package; do
-        [[ $stage == "$1" ]] && ! isThere "$kind" "$name" && missing+=("$package")
+        [[ " $* " == *" $stage "* ]] && ! isThere "$kind" "$name" && missing+=("$package")
     done <<<"$PREREQUISITES"
     echo "${missing[*]}"
 }
@@ -48,30 +51,42 @@ quietly() { # LOG COMMAND...
     return 1
 }
 
-# apt-get as root, never with a question.
-aptGet() {
-    local asRoot=()
-    ((EUID == 0)) || asRoot=(sudo -n)
-    "${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -y -o DPkg::Lock::Timeout=300 "$@"
-}
+# As root. Programs are wanted, not services: a policy that forbids to start them stands meanwhile, and the one
+# service among the packages is not started later either.
+# shellcheck disable=SC2016 # it expands in its own shell
+readonly INSTALL='
+    PATH=$PATH:/usr/sbin:/sbin
+    policy=/usr/sbin/policy-rc.d
+    if [[ ! -e $policy ]]; then
+        trap "rm -f $policy" EXIT
+        printf "#!/bin/sh\nexit 101\n" >$policy
+        chmod +x $policy
+    fi
+    export DEBIAN_FRONTEND=noninteractive
+    aptGet="apt-get -q -y -o DPkg::Lock::Timeout=300"
+    # The lists may be old or none; where they cannot be renewed, those that are there may do.
+    $aptGet update || echo "The package lists could not be renewed."
+    $aptGet install --no-install-recommends "$@" || exit
+    [[ " $* " != *" snmpd "* ]] || update-rc.d snmpd disable || echo "snmpd may start with the system."
+'
 
-installMissing() { # STAGE
-    local missing
-    missing=$(missingPackages "$1")
+installMissing() { # STAGE...
+    local missing asRoot=()
+    missing=$(missingPackages "$@")
     [[ -n $missing ]] || return 0
     command -v apt-get >/dev/null ||
         fail "missing here; install what is called in Debian: $missing"
-    ((EUID == 0)) || sudo -n true 2>/dev/null ||
-        fail "missing here; install as root: apt-get install $missing"
+    if ((EUID != 0)); then
+        asRoot=(sudo -n)
+        sudo -n true 2>/dev/null || fail "missing here; install as root: apt-get install $missing"
+    fi
 
     echo "Installing $missing"
     mkdir -p "$here/build" || exit
-    # The lists may be old or none; where they cannot be renewed those that are there may do.
-    quietly "$here/build/apt.log" aptGet update || echo "(the package lists could not be renewed)" >&2
     # shellcheck disable=SC2086 # a list of words
-    quietly "$here/build/apt.log" aptGet install --no-install-recommends $missing ||
+    quietly "$here/build/apt.log" "${asRoot[@]}" bash -c "$INSTALL" install $missing ||
         fail "could not install $missing"
-    missing=$(missingPackages "$1")
+    missing=$(missingPackages "$@")
     [[ -z $missing ]] || fail "installed, but of no use here: $missing"
 }
 

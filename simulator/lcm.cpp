@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <exception>
 #include <mutex>
+#include <optional>
+#include <utility>
 
 namespace {
 
@@ -19,10 +21,14 @@ constexpr uint8_t AGENTS_COMMAND = 0x02;
 constexpr uint32_t AGENTS_REQUEST_LENGTH = 4;
 constexpr uint8_t AGENTS_REQUEST_END = 0x08;
 
-// What was written lies over the items of the machine file until the process ends.
+// An item that was written lies over the described one until the process ends or the description changes it.
+struct WrittenItem {
+    sim::Bytes bytes;
+    std::optional<sim::Bytes> described; // when it was written
+};
 struct WrittenItems {
     std::mutex mutex;
-    std::map<uint16_t, sim::Bytes> items;
+    std::map<uint16_t, WrittenItem> items;
 };
 
 WrittenItems& writtenItems() {
@@ -30,31 +36,41 @@ WrittenItems& writtenItems() {
     return written;
 }
 
+const sim::Bytes* findDescribed(const sim::Machine& machine, uint16_t id) {
+    const auto item = machine.configSpace.find(id);
+    return item != machine.configSpace.end() ? &item->second : nullptr;
+}
+
+bool isSame(const sim::Bytes* described, const std::optional<sim::Bytes>& before) {
+    return described != nullptr ? before == *described : !before;
+}
+
 bool readItem(uint16_t id, void* buffer, uint32_t length, size_t& copied) {
     const sim::NotCancelled guard;
     const std::shared_ptr<const sim::Machine> machine = sim::currentMachine();
+    const sim::Bytes* described = findDescribed(*machine, id);
     WrittenItems& written = writtenItems();
     const std::lock_guard lock(written.mutex);
     const auto own = written.items.find(id);
-    if (own != written.items.end()) {
-        copied = sim::copyRecord(own->second, buffer, length);
-        return true;
-    }
-    const auto described = machine->configSpace.find(id);
-    if (described == machine->configSpace.end()) return false;
-    copied = sim::copyRecord(described->second, buffer, length);
+    const bool isWritten = own != written.items.end() && isSame(described, own->second.described);
+    if (!isWritten && described == nullptr) return false;
+    copied = sim::copyRecord(isWritten ? own->second.bytes : *described, buffer, length);
     return true;
 }
 
 bool writeItem(uint16_t id, const void* data, uint32_t length) {
     if (data == nullptr && length > 0) return false;
-    if (sim::currentMachine()->configSpaceWriteFails.contains(id)) return false;
+    const std::shared_ptr<const sim::Machine> machine = sim::currentMachine();
+    if (machine->configSpaceWriteFails.contains(id)) return false;
     const auto* bytes = static_cast<const uint8_t*>(data);
+    const sim::Bytes* described = findDescribed(*machine, id);
     try {
+        WrittenItem item = {{bytes, bytes + length}, {}};
+        if (described != nullptr) item.described = *described;
         const sim::NotCancelled guard;
         WrittenItems& written = writtenItems();
         const std::lock_guard lock(written.mutex);
-        written.items[id].assign(bytes, bytes + length);
+        written.items.insert_or_assign(id, std::move(item));
     } catch (const std::exception&) { // no memory
         return false;
     }

@@ -154,9 +154,10 @@ void reloadSnmpd() {
         signalEverySnmpd(SIGHUP);
         return;
     }
-    unsigned long pid = 0;
-    if (fscanf(file, "%lu", &pid) != 1) pid = 0;
+    char text[32] = "";
+    const bool isRead = fgets(text, sizeof text, file) != nullptr;
     fclose(file);
+    const unsigned long pid = isRead ? strtoul(text, nullptr, 10) : 0;
     signalSnmpd(pid <= INT_MAX ? long(pid) : 0, SIGHUP);
 }
 

@@ -25,6 +25,8 @@ constexpr VendorKey vendorKeys[] = {
     {"zbr", "Zebrant"}, {"hit", "Hitachi"}, {"ht", "Hitachi"}, {"wd", "WD"}, {"st", "Seagate"},
 };
 
+using VendorText = FieldText<sizeof(MR_PD_INFO::vendor)>;
+
 uint8_t getSignature(const SataIdentifyData& sata) {
     return sata.bytes[ATA_SIGNATURE_OFFSET];
 }
@@ -37,14 +39,12 @@ FieldText<width> getAtaText(const SataIdentifyData& sata, size_t offset) {
     return result;
 }
 
-// Whatever the case of the text; the key is in lower case. Both are too short for a cleverer search to pay.
-bool contains(const char* text, const char* key) {
-    for (; *text != '\0'; ++text) {
-        size_t i = 0;
-        while (key[i] != '\0' && (text[i] >= 'A' && text[i] <= 'Z' ? text[i] - 'A' + 'a' : text[i]) == key[i]) ++i;
-        if (key[i] == '\0') return true;
-    }
-    return false;
+// Makers are looked for whatever the case of their names.
+template <size_t width>
+FieldText<width> lowerCase(FieldText<width> text) {
+    for (char& character : text.text)
+        if (character >= 'A' && character <= 'Z') character = char(character - 'A' + 'a');
+    return text;
 }
 
 bool isTranslated(const char* vendor) {
@@ -60,26 +60,33 @@ const char* getSecondWord(const char* product) {
     return *remainder == '\0' ? nullptr : remainder;
 }
 
+// Whether the model is one of the maker that names itself there, whatever the INQUIRY data say.
+bool isIntel(const SataIdentifyData& sata) {
+    return getSignature(sata) == ATA_SIGNATURE &&
+           strstr(lowerCase(getAtaText<ATA_MODEL_WIDTH>(sata, ATA_MODEL_OFFSET)).text, "intel") != nullptr;
+}
+
+// The maker behind a SATA translation: the first of two words, unless a key in the model's name tells better.
+void findMaker(const MR_PD_INFO& info, VendorText& vendor) {
+    const auto product = trimField(info.product);
+    const auto lowered = lowerCase(product);
+    const char* model = lowered.text;
+    if (const char* remainder = getSecondWord(product.text)) {
+        copyText(vendor.text, sizeof vendor.text, product.text, strcspn(product.text, " "));
+        model += remainder - product.text;
+    }
+    for (const VendorKey& entry : vendorKeys)
+        if (strstr(model, entry.key) != nullptr) copyText(vendor.text, sizeof vendor.text, entry.vendor);
+}
+
 } // namespace
 
 void setDriveVendor(const MR_PD_INFO& info, const SataIdentifyData* sata, char* sval, int svalLen) {
-    auto vendor = trimField(info.vendor);
-    constexpr int size = sizeof vendor.text;
-    if (sata != nullptr) {
-        if (getSignature(*sata) == ATA_SIGNATURE &&
-            contains(getAtaText<ATA_MODEL_WIDTH>(*sata, ATA_MODEL_OFFSET).text, "intel"))
-            copyText(vendor.text, size, "Intel");
-        if (isTranslated(vendor.text)) {
-            const auto product = trimField(info.product);
-            const char* model = product.text;
-            if (const char* remainder = getSecondWord(product.text)) {
-                copyText(vendor.text, size, product.text, strcspn(product.text, " "));
-                model = remainder;
-            }
-            for (const VendorKey& entry : vendorKeys)
-                if (contains(model, entry.key)) copyText(vendor.text, size, entry.vendor);
-        }
-    }
+    VendorText vendor = trimField(info.vendor);
+    if (sata != nullptr && isIntel(*sata))
+        copyText(vendor.text, sizeof vendor.text, "Intel");
+    else if (sata != nullptr && isTranslated(vendor.text))
+        findMaker(info, vendor);
     trace("oobMR_getPDInfo(PDVENDOR): Vendor='%s'\n", vendor.text);
     copyText(sval, svalLen, vendor.text);
 }

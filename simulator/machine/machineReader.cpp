@@ -21,11 +21,14 @@ void readRecords(const Node& node, RecordOwner owner, Records& records) {
     });
 }
 
+// Null is no number; what is too large is infinite.
 float readFloat(const Node& node) {
-    if (!node.json.is_number()) node.fail("must be a number");
+    using Limits = std::numeric_limits<float>;
+    if (node.json.is_null()) return Limits::quiet_NaN();
+    if (!node.json.is_number()) node.fail("must be a number or null");
     const auto number = node.json.get<double>();
-    if (std::fabs(number) > std::numeric_limits<float>::max()) node.fail("is too large");
-    return static_cast<float>(number);
+    return std::fabs(number) <= Limits::max() ? static_cast<float>(number)
+                                              : (number > 0 ? Limits::infinity() : -Limits::infinity());
 }
 
 std::optional<std::array<float, 4>> readThresholds(const Node& node) {

@@ -1,5 +1,6 @@
 #include "simulator/machine/recordLayout.h"
 
+#include "platform/storelibDriveRecords.h"
 #include "platform/storelibRecords.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #pragma once
 
-// What a machine file may say of each record: its name, size and members, taken from platform/storelibRecords.h.
+// What a machine file may say of each record: its name, size and members, taken from the headers in platform/.
 
 #include <cstddef>
 #include <cstdint>

@@ -52,7 +52,7 @@ class VirtualClock {
     void stand();
     void goOn();
     void readLimitFile();
-    int64_t limitOf(int64_t setting) const { return setting; }
+    int64_t limitOf(int64_t setting) const { return setting < start_ ? start_ + setting : setting; }
 
     const int64_t start_;
     const std::optional<int64_t> firstLimit_;

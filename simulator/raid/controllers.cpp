@@ -99,7 +99,7 @@ int raid_ControllerGetVirtualDiskStatus(uint32_t ctrlId, int32_t* status) {
 int ZEBRAID_DirectLibCommand(uint32_t ctrlId, SL_LIB_CMD_PARAM_T* packet, void* out, uint32_t size) {
     if (packet == nullptr)
         return sim::traced("ZEBRAID_DirectLibCommand", {ctrlId, nullptr, size}, sim::RAID_BAD_ARGUMENT);
-    const size_t length = std::min(size, packet->dataSize);
+    const size_t length = std::min<size_t>(size, packet->dataSize);
     sim::ReadResult read = {sim::RAID_NOT_SUPPORTED, 0};
     if (packet->cmdType == COMMAND_TYPE_DRIVES && packet->cmd == COMMAND_DRIVES_OF_LOGICAL_DRIVE)
         read = sim::readLogicalDriveRecord(ctrlId, packet->deviceRef, "SL_PD_IN_LD_T", out, length);

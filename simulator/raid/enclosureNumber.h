@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/storelibRecords.h"
+#include "platform/storelibDriveRecords.h"
 
 #include <algorithm>
 #include <iterator>

@@ -22,7 +22,7 @@ std::string loggedBy(const std::function<void()>& act) {
 }
 
 TEST(DaemonLog, cutsALineAt127Characters) {
-    for (const size_t length : {0, 119, 120, 121, 200}) {
+    for (const size_t length : {0U, 119U, 120U, 121U, 200U}) {
         const std::string message = std::string(length, 'x') + "\n";
         EXPECT_EQ(loggedBy([&] { logMessage("%s", message.c_str()); }), message.substr(0, 121));
         EXPECT_EQ(loggedBy([&] { HandlerLine().add(message.c_str()).write(); }), message.substr(0, 121));

@@ -47,7 +47,7 @@ int64_t endOfPass(int pass) {
 // The process whose environment names the root.
 pid_t findDaemon(const std::string& root) {
     for (const auto& entry : std::filesystem::directory_iterator("/proc"))
-        if (const int pid = atoi(entry.path().filename().c_str()); pid > 0)
+        if (const int pid = int(strtol(entry.path().filename().c_str(), nullptr, 10)); pid > 0)
             if (fileText(entry.path() / "environ").find("BMC_ROOT=" + root + '\0') != std::string::npos) return pid;
     return 0;
 }
@@ -125,9 +125,16 @@ int DaemonProcess::launch(const std::vector<std::string>& arguments) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-// A standing clock says so once: its word is taken away before it may go on, the next word is a new one.
+void DaemonProcess::waitForStandingClock() {
+    waitFor("the clock to stand", [this] {
+        if (pid_ == 0 || hasEnded()) throw std::runtime_error("the daemon has ended: " + faults());
+        return read("simulator/clock") == "standing";
+    });
+}
+
+// A standing clock says so once: its word is taken away before it may go on, so that the next word is a new one.
 void DaemonProcess::letRunToPass(int pass) {
-    if (pass == 1) return;
+    waitForStandingClock();
     remove("simulator/clock");
     write("simulator/until.new", std::to_string(endOfPass(pass)));
     std::filesystem::rename(path("simulator/until.new"), path("simulator/until"));
@@ -137,11 +144,8 @@ void DaemonProcess::runToPass(int pass) {
     if (pid_ == 0) {
         EXPECT_EQ(launch(), 0);
     }
-    letRunToPass(pass);
-    waitFor("the end of pass " + std::to_string(pass), [this] {
-        if (pid_ == 0 || hasEnded()) throw std::runtime_error("the daemon has ended: " + faults());
-        return read("simulator/clock") == "standing";
-    });
+    if (pass > 1) letRunToPass(pass);
+    waitForStandingClock();
 }
 
 std::vector<Call> DaemonProcess::calls(const std::string& name) const {

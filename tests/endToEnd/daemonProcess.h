@@ -61,6 +61,7 @@ class DaemonProcess {
     void finish();
 
   private:
+    void waitForStandingClock();
     bool hasEnded();
     std::string faults() const;
 

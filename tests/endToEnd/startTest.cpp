@@ -59,7 +59,7 @@ TEST_F(Start, becomesADaemonInTheOrderedSteps) {
 
 // Start-up is held up where it writes to syslog, before the first pass.
 TEST(StartLog, isAppendedToOrOverwrittenFromItsStart) {
-    for (const size_t size : {0, 63000, 64000, 64001}) {
+    for (const size_t size : {0U, 63000U, 64000U, 64001U}) {
         SCOPED_TRACE(size);
         DaemonProcess daemon;
         if (size > 0) daemon.write(DAEMON_LOG, std::string(size, 'x'));

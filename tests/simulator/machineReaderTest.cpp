@@ -3,6 +3,7 @@
 #include "simulator/machine/recordLayout.h"
 #include "tests/simulator/simulatedMachine.h"
 
+#include <cmath>
 #include <set>
 
 using namespace sim;
@@ -164,7 +165,7 @@ TEST(MachineReader, whatDoesNotFitIsSaidWithTheWayToIt) {
 TEST(MachineReader, nullStandsForWhatIsNotThere) {
     const MachineReading reading = readMachine(
         R"({"controllers": [{"id": 1, "number": null, "records": {"MR_PR_STATUS": null}, "logicalDrives": {"0": null},
-            "devices": {"8": {"pages": {"7": null}, "temperature": null, "thresholds": [null, [-1.5, 2, 3, -100]]}}}],
+            "devices": {"8": {"pages": {"7": null}, "temperature": null, "thresholds": [null, [-1.5, null, 1e39, -1e39]]}}}],
             "configSpace": {"7": null}, "agents": null, "processMonitor": {"register": -1}})");
     ASSERT_NE(reading.machine, nullptr) << reading.fault;
     const Controller& controller = reading.machine->controllers->front();
@@ -173,7 +174,8 @@ TEST(MachineReader, nullStandsForWhatIsNotThere) {
     EXPECT_TRUE(device.pages.contains(7) && !device.pages.at(7) && !device.temperature);
     ASSERT_EQ(device.thresholds.size(), 2);
     EXPECT_TRUE(!device.thresholds[0] && device.thresholds[1]);
-    EXPECT_EQ(device.thresholds[1]->front(), -1.5F);
+    const auto [first, second, third, fourth] = *device.thresholds[1];
+    EXPECT_TRUE(first == -1.5F && std::isnan(second) && third > 1e38F && fourth < -1e38F);
     EXPECT_TRUE(reading.machine->configSpace.empty() && !reading.machine->agentsAnswer);
     EXPECT_EQ(reading.machine->processMonitor.registerResult, -1);
     EXPECT_EQ(readMachine(R"({"controllers": null})").machine->controllers, nullptr);

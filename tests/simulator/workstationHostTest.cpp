@@ -236,6 +236,11 @@ TEST_F(RecordedCalls, configurationItemsAreReadAndWritten) {
     EXPECT_EQ(read(12, 8), "\x0a\x0bzzzzz");
     EXPECT_EQ(read(513, 8), "zzzzzzz");
     EXPECT_EQ(read(5128, 1), "\1zzzzzz");
+    describe(R"({"configSpace": {"513": "host"}})");
+    EXPECT_EQ(read(12, 8), "\x0a\x0bzzzzz");
+    EXPECT_EQ(read(513, 8), "zzzzzzz");
+    describe(R"({"configSpace": {"513": "other"}})");
+    EXPECT_EQ(read(513, 8), std::string("other\0z", 7));
     const std::vector<std::string> expected = {
         R"("call": "LCMconfigSpaceWrite", "args": [12, 0, "0a0b", 2], "result": 1})",
         R"("call": "LCMconfigSpaceWrite", "args": [513, 0, "", 0], "result": 1})",

@@ -86,7 +86,8 @@ TEST_F(PhysicalDrive, looksForTheMakerBehindATranslation) {
         {"ata", "WDC WD5003ABYX-0", "", "ata", "WDC WD5003ABYX-0"},
         {"ATA", "WDC WD5003ABYX-0", " -sata", "ATA", "WD5003ABYX-0"},
         {"ATA", "INTEL SSDSC2BB48", intel, "Intel", "SSDSC2BB48"},
-        {"ACME", "X st", " sata 90=~'IntelX' 510=A5", "ACME", "X st"}, // beyond the model
+        {"ACME", "X st", " sata 54=~'                                    IntelX' 510=A5", "ACME",
+         "X st"}, // beyond the model
         {"ACME", "X st", intel, "Intel", "X st"},
         {"ATA", "INTEL SSDSC2BB48", std::string(intel) + " 510=A4", "INTEL", "SSDSC2BB48"},
     };

@@ -59,7 +59,7 @@ TEST_F(ValueFunctions, answerBadCallersWithCodes) {
         EXPECT_EQ(number, row.noNumber);
         char text[] = "###";
         machine.ask(row.function, 99, 0, 0);
-        EXPECT_EQ(row.function(1, 0, 0, text, 0, &number), row.statusWithoutRoom) << row.trace;
+        EXPECT_EQ(row.function(18, 0, 0, text, 0, &number), row.statusWithoutRoom) << row.trace;
         EXPECT_STREQ(text, "###");
     }
 }
