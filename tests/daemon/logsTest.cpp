@@ -33,6 +33,7 @@ TEST(DaemonLog, cutsALineAt127Characters) {
 }
 
 TEST(DaemonLog, writesNothingWhileClosed) {
+    simulatedRoot();
     ASSERT_EQ(g_logFd, -1);
     logMessage("lost\n");
     HandlerLine().add("lost\n").write();

@@ -15,6 +15,8 @@ namespace {
 
 using Signals = EndToEnd;
 
+constexpr char DAEMON_PATH[] = R"(["/usr/local/bin/ZEB_MIRA_Update"])";
+constexpr char CONF[] = "conf/snmp_users.conf";
 constexpr char STARTED[] = "deamon version 1.4.2  started.\n";
 constexpr char STOPPED[] = "deamon version 1.4.2  started.\ndemon version 1.4.2  stopped.\n";
 
@@ -84,7 +86,7 @@ TEST_F(Signals, sigusr1EndsTheSleepAndNothingElse) {
     EXPECT_EQ(logOf(daemon), "");
 }
 
-// Pass 6 begins with a log that is too long, which it truncates, and hangs where the status report is recorded.
+// Pass 6 begins with a log that is too long, which it truncates, and hangs where snmpd's configuration is searched.
 TEST_F(Signals, areKeptWithinAPass) {
     daemon.runToPass(1);
     const auto endSleep = [this] {
@@ -97,20 +99,21 @@ TEST_F(Signals, areKeptWithinAPass) {
     }
     const std::string rstLog = daemon.read(RST_LOG);
     daemon.write(DAEMON_LOG, std::string(64001, 'x'));
-    daemon.makeFifo("simulator/calls.jsonl");
+    daemon.describe({{"configSpace", {{"5128", {{"raw", {{"0", "01000000"}}}}}}}});
+    daemon.makeFifo(CONF);
     endSleep();
     waitFor("pass 6", [this] { return daemon.read(DAEMON_LOG).empty(); });
 
     daemon.signal(SIGINT);
     EXPECT_EQ(daemon.read(DAEMON_LOG), "");
-    const int calls = daemon.open("simulator/calls.jsonl", O_RDWR); // lets it go on
+    const int writer = ::open(daemon.path(CONF).c_str(), O_WRONLY | O_CLOEXEC);
+    daemon.remove(CONF);
+    close(writer); // lets it go on
     EXPECT_EQ(daemon.waitForEnd(), 0);
     EXPECT_EQ(daemon.read(DAEMON_LOG),
               "05:45\tZEB_MIRA_Update got signal 2 \n05:45\tZEB_MIRA_Update is registered 1 \n");
     EXPECT_EQ(daemon.read(RST_LOG), rstLog) << "not before the tree update";
-    char text[4096];
-    const ssize_t length = ::read(calls, text, sizeof text);
-    EXPECT_NE(std::string(text, size_t(length)).find("ProcMonitorDeRegister"), std::string::npos) << "was given up";
+    EXPECT_EQ(daemon.calls("ProcMonitorDeRegister").back().arguments, DAEMON_PATH) << "was given up";
 }
 
 TEST(SignalsInALockWait, takeEffectAtOnce) {
@@ -128,7 +131,7 @@ TEST(SignalsInALockWait, takeEffectAtOnce) {
         };
         comeToLock("second", 6);
         daemon.signal(SIGUSR1); // does not end this wait
-        EXPECT_NE(fileText("/proc/locks").find(waiting), std::string::npos);
+        waitFor("its next wait", [&] { return fileText("/proc/locks").find(waiting) != std::string::npos; });
         EXPECT_EQ(std::filesystem::file_size(daemon.path(TREE)) == 0, file == TREE);
         ASSERT_EQ(lockf(lock, F_ULOCK, 1), 0);
         daemon.runToPass(6);
@@ -136,7 +139,7 @@ TEST(SignalsInALockWait, takeEffectAtOnce) {
 
         comeToLock("third", 11);
         EXPECT_EQ(daemon.end(SIGINT), 0);
-        EXPECT_EQ(daemon.calls("ProcMonitorDeRegister").size(), 1U) << "was given up";
+        EXPECT_EQ(daemon.calls("ProcMonitorDeRegister").back().arguments, DAEMON_PATH) << "was given up";
         EXPECT_EQ(daemon.read(SYSLOG), STOPPED);
         daemon.finish();
     }

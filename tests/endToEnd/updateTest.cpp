@@ -130,7 +130,8 @@ TEST_F(Update, tracesWhileTheTraceFileIsThere) {
     const std::regex memory(R"(update\(\): vmrss=[ \d]{5,}\d KB, VmSize = [ \d]{5,}\d KB)");
     constexpr char same[] = "update(): Old and new DOM trees are the same! - END with 1";
     constexpr char banner[] = "START of updateRAIDStorageTree... =====>";
-    const json described = json::parse(fileText(MACHINES "/two-controllers.json"));
+    json described = json::parse(fileText(MACHINES "/two-controllers.json"));
+    described["agents"] = nullptr; // whose domain name would take the place of the tree's name
     const struct {
         const char* what;
         json change;
