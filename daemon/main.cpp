@@ -49,6 +49,11 @@ void openStandardStreams() {
     if (fd > STDERR_FILENO) close(fd);
 }
 
+// The commands that are run take every byte for a character; in another locale grep calls such a file binary.
+void setCommandLocale() {
+    setenv("LC_ALL", "C", 1);
+}
+
 void logStart(const char* program) {
     const time_t now = hostTime().seconds;
     char text[64] = ""; // with the newline of ctime: the record spans two lines
@@ -103,6 +108,7 @@ int main(int argc, char* argv[]) {
     g_startTicks = clock();
 
     openStandardStreams();
+    setCommandLocale();
     openLogFile();
     logStart(argv[0]);
     registerDaemon();

@@ -43,6 +43,7 @@ constexpr uint32_t REQUEST_VERSION = 2;
 constexpr int TRANSACTION_FOR_TEXT = 6;
 constexpr int TRANSACTION_FOR_VALUE = 4;
 constexpr uint32_t VALUE_SIZE = 4;
+constexpr uint32_t LONGEST_TEXT = 16U * 1024 * 1024; // what the XML library takes; more is no tree
 
 struct FreeBlock {
     void operator()(void* block) const { free(block); }
@@ -87,8 +88,8 @@ char* dqmiRequestString(uint32_t selector, uint32_t command, uint32_t object, ui
                      static_cast<unsigned long>(pid), answer.status);
         return nullptr;
     }
+    if (data != nullptr && answer.length > LONGEST_TEXT) return nullptr;
     const size_t length = data == nullptr ? 0 : answer.length;
-    if (length == SIZE_MAX) return nullptr; // no room for the NUL
     auto* text = static_cast<char*>(malloc(length + 1));
     if (text == nullptr) return nullptr;
     if (length != 0) memcpy(text, data.get(), length);

@@ -90,7 +90,8 @@ void noteUnusualCount(const char* what, const LCMParamValue& last) {
 void keepCount(Reads kind, const LCMParamValue* values, uint32_t valueCount) {
     if (values == nullptr || valueCount == 0 || values[valueCount - 1].type != LCM_VALUE_NUMBER) return;
     const LCMParamValue& last = values[valueCount - 1];
-    const auto count = uint32_t(last.number);
+    // What is beyond 32 bits is as many as can be counted.
+    const auto count = uint32_t(std::min<uint64_t>(last.number, UINT32_MAX));
     const bool isComponents = kind == Reads::componentCount;
     if (isComponents) {
         g_numComponents = count;

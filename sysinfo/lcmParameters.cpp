@@ -131,19 +131,21 @@ LCMRawValue getLCMParamNumber(const char* group, const char* name, int32_t insta
     return result;
 }
 
-uint32_t getLCMParamIpList(const char* group, const char* name, LCMRawValue* list, uint32_t capacity, char* message) {
+uint32_t getLCMParamIpList(const char* group, const char* name, LCMAddress* list, uint32_t capacity, char* message) {
     constexpr uint32_t ipv4Size = 4;
     constexpr uint32_t ipv6Size = 16;
     const ParamValues values(group, name, -1, message);
     uint32_t kept = 0;
     for (uint32_t i = 0; i < values.count() && kept < capacity; ++i) {
         const LCMParamValue& value = values[i];
-        if (value.type != LCM_VALUE_RAW || value.length < ipv4Size || value.length > LCM_RAW_CAPACITY) continue;
+        if (value.type != LCM_VALUE_RAW || value.length < ipv4Size) continue;
         char text[INET6_ADDRSTRLEN];
         if (inet_ntop(value.length == ipv6Size ? AF_INET6 : AF_INET, value.data, text, sizeof text) == nullptr)
             continue;
-        memcpy(list[kept].bytes, value.data, value.length);
-        list[kept++].length = value.length;
+        void* bytes = malloc(value.length);
+        if (bytes == nullptr) continue;
+        memcpy(bytes, value.data, value.length);
+        list[kept++] = {bytes, value.length};
     }
     return kept;
 }

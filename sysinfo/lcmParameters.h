@@ -50,5 +50,11 @@ LCMRawValue getLCMParamRaw(const char* group, const char* name, int32_t instance
 // The number of a parameter that has exactly one value, in its own size; length 0 with a message: none.
 LCMRawValue getLCMParamNumber(const char* group, const char* name, int32_t instance, char* message);
 
-// The parameter's addresses (4 bytes, or 16 for IPv6) in order, at most `capacity`; returns how many.
-uint32_t getLCMParamIpList(const char* group, const char* name, LCMRawValue* list, uint32_t capacity, char* message);
+// An address as raw bytes: IPv6 when there are 16, else IPv4 in the first four.
+struct LCMAddress {
+    void* bytes; // malloc'ed, the caller's
+    uint32_t length;
+};
+
+// The parameter's addresses in order, at most `capacity`; returns how many.
+uint32_t getLCMParamIpList(const char* group, const char* name, LCMAddress* list, uint32_t capacity, char* message);

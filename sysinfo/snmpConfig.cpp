@@ -6,15 +6,20 @@
 #include "sysinfo/snmpdSupervision.h"
 
 #include <cctype>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <linux/close_range.h>
+#include <memory>
+#include <unistd.h>
 
 namespace {
 
 constexpr size_t VALUE_SIZE = 256;
-constexpr size_t LINE_SIZE = 512; // of the command, without its path, and of grep's first line
+constexpr size_t LINE_SIZE = 512;        // of the command, without its path, and of grep's first line
+constexpr size_t MOST_CONTINUATIONS = 3; // bytes of a character behind its first
 constexpr char EMPTY_VALUE[] = "- unknown -";
 constexpr char GROUP[] = "System Information";
 
@@ -26,6 +31,10 @@ struct SnmpValue {
 };
 SnmpValue g_snmpValues[] = {
     {"sysContact", "SystemContact", ""}, {"sysLocation", "CabinetLocation", ""}, {"sysName", "SystemName", ""}};
+
+struct FreeText {
+    void operator()(char* text) const { free(text); }
+};
 
 SnmpValue* findValue(const char* key) {
     for (SnmpValue& value : g_snmpValues)
@@ -59,6 +68,18 @@ void quotePath(const char* path, char* word, size_t size) {
     word[length] = '\0';
 }
 
+// With a clean signal mask and no descriptor of ours. The command holds a key of ours and a quoted path.
+FILE* openCommand(const char* command) {
+    close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
+    sigset_t none;
+    sigset_t before;
+    sigemptyset(&none);
+    pthread_sigmask(SIG_SETMASK, &none, &before);
+    FILE* pipe = popen(command, "re"); // NOLINT(cert-env33-c)
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return pipe;
+}
+
 // A line "key value" gives the value; the tab-separated lines that this daemon writes give the key alone, which
 // leaves the known value as it is.
 void refreshFromFile(SnmpValue& value) {
@@ -89,7 +110,9 @@ void cleanSnmpValue(char* text) {
     size_t length = strlen(text);
     if (length >= VALUE_SIZE) {
         length = VALUE_SIZE - 1;
-        while (length > 0 && isUtf8Continuation(text[length])) --length;
+        size_t boundary = length;
+        while (boundary > length - MOST_CONTINUATIONS && isUtf8Continuation(text[boundary])) --boundary;
+        if (!isUtf8Continuation(text[boundary])) length = boundary; // else it is no UTF-8
         text[length] = '\0';
     }
     for (char* character = text; *character != '\0'; ++character)
@@ -110,8 +133,7 @@ char* readSnmpConfValue(const char* key) {
     }
     char command[sizeof quoted + LINE_SIZE];
     snprintf(command, sizeof command, "grep %s %s 2>/dev/null", key, path);
-    // The command holds a key of ours and a quoted path. NOLINTNEXTLINE(cert-env33-c)
-    FILE* pipe = popen(command, "re");
+    FILE* pipe = openCommand(command);
     if (pipe == nullptr) return nullptr;
     char line[LINE_SIZE];
     const bool isRead = fgets(line, sizeof line, pipe) != nullptr;
@@ -128,7 +150,10 @@ char* readSnmpConfValue(const char* key) {
 int updateSnmpValue(const char* key, const char* value, int* changed) {
     SnmpValue* known = findValue(key);
     if (known == nullptr) return 0;
-    if (value == nullptr) value = "";
+    const std::unique_ptr<char, FreeText> clean(strdup(value == nullptr ? "" : value));
+    if (clean == nullptr) return 0;
+    cleanSnmpValue(clean.get());
+    value = clean.get();
     if (value[0] == '\0' && strcmp(known->cached, EMPTY_VALUE) == 0) return 0;
     if (strcmp(value, known->cached) == 0) return 0;
 
@@ -147,10 +172,7 @@ void syncSnmpConfig() {
     for (SnmpValue& value : g_snmpValues) refreshFromFile(value);
 
     char* texts[std::size(g_snmpValues)];
-    for (size_t i = 0; i < std::size(texts); ++i) {
-        texts[i] = readParameter(g_snmpValues[i].parameter);
-        if (texts[i] != nullptr) cleanSnmpValue(texts[i]);
-    }
+    for (size_t i = 0; i < std::size(texts); ++i) texts[i] = readParameter(g_snmpValues[i].parameter);
     int changed = 0;
     for (size_t i = 0; i < std::size(texts); ++i) {
         updateSnmpValue(g_snmpValues[i].key, texts[i], &changed);

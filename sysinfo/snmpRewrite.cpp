@@ -25,7 +25,10 @@ FILE* openNew() {
     const int fd = open(hostPath(NEW_FILE, buffer), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
     if (fd == -1) return nullptr;
     FILE* file = fchmod(fd, 0600) == 0 ? fdopen(fd, "w") : nullptr;
-    if (file == nullptr) close(fd);
+    if (file == nullptr) {
+        close(fd);
+        unlink(hostPath(NEW_FILE, buffer));
+    }
     return file;
 }
 

@@ -124,8 +124,8 @@ bool isUserKnown(IPMISession* session, uint8_t userId) {
 void applyUserSettings(IPMISession* session, uint8_t userId) {
     uint8_t enable = 0;
     uint8_t settings[3] = {};
-    LIBIPMI_HL_AMIGetSNMPConf(session, userId, &enable, settings, USER_TIMEOUT);
-    if (enable == 1) LIBIPMI_HL_AMISetSNMPConf(session, userId, 1, settings, USER_TIMEOUT);
+    const int result = LIBIPMI_HL_AMIGetSNMPConf(session, userId, &enable, settings, USER_TIMEOUT);
+    if (result == 0 && enable == 1) LIBIPMI_HL_AMISetSNMPConf(session, userId, 1, settings, USER_TIMEOUT);
 }
 
 } // namespace

@@ -8,7 +8,9 @@
 
 namespace {
 
-bool g_systemInfoStarted = false; // the agents have been connected once, for whoever debugs the daemon
+// Set once, on the first pass with connected agents; for whoever debugs the daemon.
+bool g_systemInfoStarted = false;
+int g_systemInfoCompanion = 0;
 
 } // namespace
 
@@ -20,8 +22,11 @@ int systemInfoCycle() {
     int result = state;
     if (state == AGENT_STATE_CONNECTED || state == AGENT_STATE_CONNECTED_LIMITED)
         result = updateDriverMonitoring(message);
-    if (state == AGENT_STATE_CONNECTED) {
-        g_systemInfoStarted = true;
+    if (g_agentState == AGENT_STATE_CONNECTED) { // they may be gone since
+        if (!g_systemInfoStarted) {
+            g_systemInfoStarted = true;
+            g_systemInfoCompanion = 0;
+        }
         result = updateSystemInformation(message);
     }
     return result;

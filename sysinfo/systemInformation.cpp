@@ -91,12 +91,13 @@ bool writeRaw(const SystemInfoParam& row, char* message) {
 
 // Each address to the next free slot. False also when there was none to write.
 bool writeAddresses(const SystemInfoParam& row, uint32_t& usedSlots, char* message) {
-    LCMRawValue addresses[ADDRESS_SLOTS];
+    LCMAddress addresses[ADDRESS_SLOTS];
     const uint32_t count = getLCMParamIpList(row.group, row.name, addresses, ADDRESS_SLOTS - usedSlots, message);
     bool written = count != 0;
     for (uint32_t i = 0; i < count; ++i) {
         const auto slot = uint16_t(row.configId + usedSlots++);
         if (LCMconfigSpaceWrite(slot, row.configIndex, addresses[i].bytes, addresses[i].length) == 0) written = false;
+        free(addresses[i].bytes);
     }
     return written;
 }

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <ctime>
 #include <exception>
 #include <fcntl.h>
 #include <unistd.h>
@@ -43,6 +44,15 @@ FileText readFile(const std::string& path) {
     return result;
 }
 
+// A file that was written just now may be written again within the same tick of the file system's clock, in the
+// same size: until it has lain for a while, only its text tells.
+bool isSettled(const FileIdentity& identity) {
+    constexpr int64_t longestTick = 100'000'000;
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec - identity.modified > longestTick;
+}
+
 MachineStore& theStore() {
     static MachineStore& store =
         *new MachineStore(std::string(rootDirectory()) + "/machine.json", layOutProcesses); // outlives exit handlers
@@ -55,12 +65,14 @@ MachineStore::MachineStore(std::string path, std::function<void(const Machine&)>
     : path_(std::move(path)), onChange_(std::move(onChange)), machine_(std::make_shared<Machine>()) {}
 
 void MachineStore::refresh() {
-    const FileIdentity seen = identityOf(path_);
-    if (looked_ && seen == identity_) return;
+    if (looked_ && settled_ && identityOf(path_) == identity_) return;
     try {
         FileText file = readFile(path_);
+        settled_ = isSettled(file.identity);
+        if (looked_ && file.identity == identity_ && file.text == text_) return;
         looked_ = true;
         identity_ = file.identity;
+        text_ = file.text;
         MachineReading reading;
         reading.fault = file.fault;
         if (file.fault.empty()) reading = readMachine(file.text);

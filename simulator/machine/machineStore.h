@@ -30,6 +30,8 @@ class MachineStore {
     std::mutex mutex_;
     bool looked_ = false;
     FileIdentity identity_;
+    std::string text_; // of the file as it was last read
+    bool settled_ = false;
     std::shared_ptr<const Machine> machine_;
     bool handedOver_ = false;
     std::shared_ptr<const Controllers> controllers_;

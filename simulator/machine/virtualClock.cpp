@@ -205,12 +205,15 @@ void VirtualClock::goOn() {
 }
 
 void VirtualClock::readLimitFile() {
+    // By its text as well: a second writing within one tick of the file system's clock leaves no other trace.
     const FileIdentity identity = identityOf(limitFile_);
-    if (identity == limitIdentity_) return;
+    std::string text = readShortFile(limitFile_);
+    if (identity == limitIdentity_ && text == limitText_) return;
     limitIdentity_ = identity;
+    limitText_ = std::move(text);
     std::optional<int64_t> setting = firstLimit_;
     if (identity != FileIdentity{}) {
-        setting = parseSeconds(readShortFile(limitFile_));
+        setting = parseSeconds(limitText_);
         if (!setting) {
             reportFault(limitFile_ + " holds no number of seconds; the limit stays as it was");
             return;

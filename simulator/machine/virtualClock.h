@@ -66,6 +66,7 @@ class VirtualClock {
     Sleeper* running_ = nullptr;
     std::optional<int64_t> limit_;
     FileIdentity limitIdentity_;
+    std::string limitText_;
     bool standing_ = false;
 };
 

@@ -124,9 +124,18 @@ TEST_F(Snmp, servesWhatTheDatabaseHolds) {
     EXPECT_EQ(before.st_ino, after.st_ino);
     EXPECT_EQ(countSignals(), 1U);
 
+    // Not UTF-8: still the same value on the pass after, whatever the locale that the daemon was started in.
+    const json broken = {{{"type", "text"}, {"value", "caf\u00e9"}, {"length", 4}}};
+    daemon.describe({{"lcm", {{"System Information", {{"SystemName", {{"0", broken}}}}}}}});
+    daemon.runToPass(5);
+    stat(daemon.path(CONF).c_str(), &before);
+    daemon.runToPass(6);
+    stat(daemon.path(CONF).c_str(), &after);
+    EXPECT_EQ(before.st_ino, after.st_ino);
+
     describeSystem("SystemName", "server-2");
     describeSystem("CabinetLocation", "");
-    daemon.runToPass(5);
+    daemon.runToPass(7);
     expectServed(SYS_NAME, "server-2");
     expectServed(SYS_LOCATION, "- unknown -");
 }

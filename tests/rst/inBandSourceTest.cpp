@@ -59,6 +59,7 @@ TEST_F(InBandSource, tellsWhatFailed) {
         {{{"connection", 3}, {"text", "abcde"}}, "abcde", "", -1, "DQMI no data"},
         {{{"connection", 3}, {"length", 0}, {"text", "abcd"}}, "", "", 0, ""},
         {{{"connection", 3}, {"length", 4294967295U}}, "", "", -1, "DQMI no data"},
+        {{{"connection", 3}, {"length", 4294967295U}, {"text", "abcd"}}, nullptr, "", -1, "DQMI no data"},
         {{{"connection", 3}, {"open", {"fail", "ok", "fail"}}, {"text", "ab"}}, "ab", "", -1, "DQMI open failed"},
         {{{"connection", 3}, {"open", {"fail", "fail"}}, {"text", "ab"}}, nullptr, "", -1, "DQMI open failed"},
         {{{"connection", 3}, {"read", "fail"}, {"text", "ab"}}, nullptr, "", -1, "DQMI read failed"},

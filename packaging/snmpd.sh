@@ -1,0 +1,72 @@
+# shellcheck shell=bash disable=SC2154
+# Sourced by ./run: a real snmpd on the loopback interface, in the place of the controller's. The caller sets `root`.
+
+readonly snmpConf=$root/conf/snmp_users.conf
+readonly snmpPidFile=$root/var/run/snmpd.pid
+readonly snmpLog=$root/simulator/snmpd.log
+
+# The line of the machine file by which the daemon's signals reach it.
+readonly SNMPD_LINE='^  "processes": {"[0-9]*": {"cmdline": \["/usr/sbin/snmpd"\]}},$'
+
+snmpSettings() {
+    export SNMP_PERSISTENT_DIR=$root/simulator/snmp MIBS='' MIBDIRS=/nonexistent SNMPCONFPATH=/nonexistent
+}
+
+isOurSnmpd() { # PID
+    [[ $(readlink "/proc/$1/exe") == /usr/sbin/snmpd ]] && grep -zqxF "$snmpConf" "/proc/$1/cmdline"
+} 2>/dev/null
+
+stopSnmpd() {
+    local pid
+    [[ -r $snmpPidFile ]] && read -r pid <"$snmpPidFile" && isOurSnmpd "$pid" || return 0
+    kill -TERM "$pid" || fail "could not stop snmpd (process $pid)"
+    while isOurSnmpd "$pid"; do sleep 0.05; done
+    rm -f "$snmpPidFile" "$root/var/run/snmpd.run"
+    echo "Stopped snmpd (process $pid)."
+}
+
+# The machine file lists it, so that it is told to reload.
+describeSnmpd() { # PID
+    local described=$root/machine.json
+    sed -i "/$SNMPD_LINE/d" "$described" || exit
+    [[ $1 != none ]] || return 0
+    ! grep -q '"processes"' "$described" || fail "$described has processes of its own: --snmpd wants to list snmpd there"
+    sed -i "0,/{/s//{\n  \"processes\": {\"$1\": {\"cmdline\": [\"\/usr\/sbin\/snmpd\"]}},/" "$described" || exit
+}
+
+# A free port is asked of the system by trying.
+startSnmpd() {
+    local pid end port
+    mkdir -p "$root/conf" "$root/var/run" "$root/simulator/snmp" || exit
+    [[ -e $snmpConf ]] || echo "rocommunity public 127.0.0.1" >"$snmpConf" || exit
+    snmpSettings
+    for port in 16161 26161 36161 46161; do
+        rm -f "$snmpPidFile" "$snmpLog"
+        /usr/sbin/snmpd -f -r -C -c "$snmpConf" -I -smux -m '' -Lf "$snmpLog" -p "$snmpPidFile" \
+            "udp:127.0.0.1:$port" </dev/null >/dev/null 2>&1 9>&- &
+        pid=$!
+        end=$((SECONDS + 5))
+        while kill -0 "$pid" 2>/dev/null && ((SECONDS < end)); do
+            if [[ -s $snmpPidFile ]] && grep -q 'NET-SNMP version' "$snmpLog" 2>/dev/null; then
+                snmpPort=$port
+                echo "$pid" >"$root/var/run/snmpd.run"
+                describeSnmpd "$pid"
+                return
+            fi
+            sleep 0.05
+        done
+        kill "$pid" 2>/dev/null
+    done
+    fail "snmpd did not start; see $snmpLog"
+}
+
+# What it answers once the daemon has told it to reload.
+showSnmp() {
+    local oid end command
+    for oid in sysContact:4 sysName:5 sysLocation:6; do
+        command="snmpget -v2c -c public -On -Oqv -t 1 -r 0 127.0.0.1:$snmpPort 1.3.6.1.2.1.1.${oid#*:}.0"
+        printf '  %-12s %s\n' "${oid%:*}" "$(snmpSettings; $command 2>&1)"
+    done
+    echo "  asked with   $command"
+    echo "  change       SystemName, CabinetLocation, SystemContact in $root/machine.json: served a minute later"
+}
