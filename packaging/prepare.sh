@@ -14,6 +14,7 @@ build   header   gtest/gtest.h           libgtest-dev
 build   header   gmock/gmock.h           libgmock-dev
 test    command  /usr/sbin/snmpd         snmpd
 test    command  snmpget                 snmp
+test    command  xmllint                 libxml2-utils
 checks  command  git                     git
 checks  command  readelf                 binutils
 checks  command  clang-format-14         clang-format-14

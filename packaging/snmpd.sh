@@ -28,7 +28,7 @@ stopSnmpd() {
 # The machine file lists it, so that it is told to reload.
 describeSnmpd() { # PID
     local described=$root/machine.json
-    sed -i "/$SNMPD_LINE/d" "$described" || exit
+    sed -i "\\|$SNMPD_LINE|d" "$described" || exit
     [[ $1 != none ]] || return 0
     ! grep -q '"processes"' "$described" || fail "$described has processes of its own: --snmpd wants to list snmpd there"
     sed -i "0,/{/s//{\n  \"processes\": {\"$1\": {\"cmdline\": [\"\/usr\/sbin\/snmpd\"]}},/" "$described" || exit
@@ -37,6 +37,7 @@ describeSnmpd() { # PID
 # A free port is asked of the system by trying.
 startSnmpd() {
     local pid end port
+    snmpPort=
     mkdir -p "$root/conf" "$root/var/run" "$root/simulator/snmp" || exit
     [[ -e $snmpConf ]] || echo "rocommunity public 127.0.0.1" >"$snmpConf" || exit
     snmpSettings
@@ -60,9 +61,11 @@ startSnmpd() {
     fail "snmpd did not start; see $snmpLog"
 }
 
-# What it answers once the daemon has told it to reload.
+# What it answers; the daemon has written its configuration before the tree, and has told it to reload.
 showSnmp() {
-    local oid end command
+    local oid command
+    sleep 0.2
+    printf '\nsnmpd (process %s) serves\n' "$(<"$snmpPidFile")"
     for oid in sysContact:4 sysName:5 sysLocation:6; do
         command="snmpget -v2c -c public -On -Oqv -t 1 -r 0 127.0.0.1:$snmpPort 1.3.6.1.2.1.1.${oid#*:}.0"
         printf '  %-12s %s\n' "${oid%:*}" "$(snmpSettings; $command 2>&1)"

@@ -7,6 +7,7 @@
 #include "tests/daemon/outputs.h"
 #include "tests/support/updateFixture.h"
 
+#include <cinttypes>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -50,9 +51,10 @@ uint64_t checksumOf(const std::string& text) { // FNV-1a
 }
 
 TEST_F(Golden, documentOfALargeServer) {
-    const std::string document = documentOf(nlohmann::json::parse(outputOf(MACHINES / "make-large")));
+    const std::string document =
+        documentOf(nlohmann::json::parse(outputOf("'" + (MACHINES / "make-large").string() + "'")));
     char head[64];
-    snprintf(head, sizeof head, "%zu bytes, checksum %016lx\n", document.size(), checksumOf(document));
+    snprintf(head, sizeof head, "%zu bytes, checksum %016" PRIx64 "\n", document.size(), checksumOf(document));
     size_t end = 0;
     for (size_t i = 0; i < EXCERPT_LINES; ++i) end = document.find('\n', end) + 1;
     compare("large.txt", head + document.substr(0, end));
