@@ -17,7 +17,6 @@ namespace {
 using Signals = EndToEnd;
 
 constexpr char DAEMON_PATH[] = R"(["/usr/local/bin/ZEB_MIRA_Update"])";
-constexpr char CONF[] = "conf/snmp_users.conf";
 constexpr char STARTED[] = "deamon version 1.4.2  started.\n";
 constexpr char STOPPED[] = "deamon version 1.4.2  started.\ndemon version 1.4.2  stopped.\n";
 
