@@ -157,8 +157,8 @@ TEST_F(Snmp, isStoppedAndAdoptedAgain) {
             R"(,"/usr/sbin/snmpd",0,"snmpd",0,6,"-c","/conf/snmp_users.conf","--agentXSocket=\"/var/agentXsock\"",)"
             R"("-Lf","/var/log/snmpd.log",null])");
     daemon.signal(SIGUSR1);
+    waitFor("the new registration", [&] { return daemon.calls("ProcMonitorRegisterExt").size() == 2; });
     EXPECT_EQ(daemon.calls("ProcMonitorDeRegister").size(), 1U);
-    EXPECT_EQ(daemon.calls("ProcMonitorRegisterExt").size(), 2U);
 
     daemon.describe({{"configSpace", {{"5128", {{"raw", {{"0", "00000000"}}}}}}}});
     daemon.runToPass(3);
