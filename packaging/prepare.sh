@@ -3,7 +3,7 @@
 # The caller sets `here`, the directory of the checkout.
 
 # When it is needed, how it is seen to be there, and its package in Debian and Ubuntu. Configuring looks for
-# the test libraries as well, so ./run needs them too: one build directory serves both commands.
+# what the tests are built with as well, so ./run needs it too: one build directory serves both commands.
 readonly PREREQUISITES='
 build   command  g++                     g++
 build   command  cmake                   cmake
@@ -12,9 +12,9 @@ build   header   nlohmann/json.hpp       nlohmann-json3-dev
 build   header   expat.h                 libexpat1-dev
 build   header   gtest/gtest.h           libgtest-dev
 build   header   gmock/gmock.h           libgmock-dev
+build   command  xmllint                 libxml2-utils
 test    command  /usr/sbin/snmpd         snmpd
 test    command  snmpget                 snmp
-test    command  xmllint                 libxml2-utils
 checks  command  git                     git
 checks  command  readelf                 binutils
 checks  command  clang-format-14         clang-format-14
