@@ -1,0 +1,17 @@
+#pragma once
+
+// A torture breaks the daemon at one point after another, each in a process of its own, and names those that it did
+// not stand.
+
+#include <string>
+#include <vector>
+
+struct Torture {
+    const char* name;
+    bool sideBySide;                                   // two points may run at a time
+    std::vector<std::string> (*points)();              // the names of all, in their order
+    std::string (*runPoint)(const std::string& point); // what went wrong, empty: nothing
+};
+
+// Each registers itself where it is defined: const bool REGISTERED = addTorture({...});
+bool addTorture(const Torture& torture);
