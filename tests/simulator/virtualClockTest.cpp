@@ -1,5 +1,6 @@
 #include "simulator/machine/virtualClock.h"
 
+#include "simulator/machine/clock.h"
 #include "tests/simulator/simulatedMachine.h"
 
 #include <chrono>
@@ -40,6 +41,7 @@ void onSignal(int) {
 class VirtualClockTest : public simtest::SimulatedMachine {
   protected:
     void start(std::optional<int64_t> limit) {
+        clockTime(); // makes the process's own clock here, not in a thread of the tested one that reports a fault
         // Threads may outlive their test, and with them the clock.
         static std::vector<std::unique_ptr<VirtualClock>> clocks;
         clocks.push_back(std::make_unique<VirtualClock>(START, limit, statusFile, limitFile));
