@@ -18,15 +18,15 @@ int hexDigit(char character) {
     return -1;
 }
 
-void store(const Node& node, Bytes& record, uint64_t offset, const void* bytes, size_t size) {
+void store(const Node& node, Bytes& record, size_t offset, const void* bytes, size_t size) {
     if (offset + size > record.size())
         node.fail("lies beyond the record's " + std::to_string(record.size()) + " bytes");
     if (size > 0) memcpy(record.data() + offset, bytes, size);
 }
 
-void readStruct(const Node& node, Bytes& record, uint64_t offset, std::span<const Field> fields);
+void readStruct(const Node& node, Bytes& record, size_t offset, std::span<const Field> fields);
 
-void readValue(const Node& node, Bytes& record, uint64_t offset, const Field& field) {
+void readValue(const Node& node, Bytes& record, size_t offset, const Field& field) {
     if (field.kind == FieldKind::Struct) {
         readStruct(node, record, offset, field.members);
     } else if (field.kind == FieldKind::Number) {
@@ -39,7 +39,7 @@ void readValue(const Node& node, Bytes& record, uint64_t offset, const Field& fi
     }
 }
 
-void readField(const Node& node, Bytes& record, uint64_t offset, std::span<const Field> fields) {
+void readField(const Node& node, Bytes& record, size_t offset, std::span<const Field> fields) {
     const auto field =
         std::find_if(fields.begin(), fields.end(), [&](const Field& candidate) { return candidate.name == node.key; });
     if (field == fields.end()) node.fail("unknown member");
@@ -52,24 +52,24 @@ void readField(const Node& node, Bytes& record, uint64_t offset, std::span<const
     });
 }
 
-void readStruct(const Node& node, Bytes& record, uint64_t offset, std::span<const Field> fields) {
+void readStruct(const Node& node, Bytes& record, size_t offset, std::span<const Field> fields) {
     forEachMember(node, [&](const Node& member) { readField(member, record, offset, fields); });
 }
 
 // Lays the raw bytes over the record; without a size the record grows to hold them.
 void readRaw(const Node& raw, Bytes& record, bool grows) {
     forEachMember(raw, [&](const Node& member) {
-        const uint64_t offset = numberOf(member, LARGEST_RECORD);
+        const auto offset = static_cast<size_t>(numberOf(member, LARGEST_RECORD));
         const Bytes bytes = readHex(member);
-        if (grows) record.resize(std::max<size_t>(record.size(), offset + bytes.size()));
+        if (grows) record.resize(std::max(record.size(), offset + bytes.size()));
         store(member, record, offset, bytes.data(), bytes.size());
     });
 }
 
-Bytes readRecord(const Node& node, std::optional<uint64_t> size, std::span<const Field> fields) {
+Bytes readRecord(const Node& node, std::optional<size_t> size, std::span<const Field> fields) {
     if (!node.json.is_object()) node.fail("must be an object or null");
     if (const auto other = node.json.find("size"); other != node.json.end())
-        size = readUnsigned({*other, &node, "size"}, LARGEST_RECORD);
+        size = static_cast<size_t>(readUnsigned({*other, &node, "size"}, LARGEST_RECORD));
     Bytes record(size.value_or(0));
     forEachMember(node, [&](const Node& member) {
         if (member.key != "size" && member.key != "raw") readField(member, record, 0, fields);
