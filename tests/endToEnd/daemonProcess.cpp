@@ -26,6 +26,16 @@ int64_t endOfPass(int pass) {
     return PASS_SECONDS * int64_t{pass} - PASS_SECONDS / 2;
 }
 
+// What starts the daemon: itself, or the emulator of its processor, which is told the daemon's argv[0].
+std::vector<std::string> emulated(const std::vector<std::string>& arguments) {
+    std::istringstream emulator(EMULATOR);
+    std::vector<std::string> words{std::istream_iterator<std::string>(emulator), {}};
+    if (words.empty()) return arguments;
+    words.insert(words.end(), {"-0", arguments[0], WORKSTATION_EXECUTABLE});
+    words.insert(words.end(), arguments.begin() + 1, arguments.end());
+    return words;
+}
+
 [[noreturn]] void becomeDaemon(const std::string& root, const std::vector<std::string>& arguments) {
     setenv("BMC_ROOT", root.c_str(), 1);
     setenv("BMC_SPEED", "max", 1);
@@ -37,10 +47,11 @@ int64_t endOfPass(int pass) {
     dup2(open((root + "/stdout").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644), STDOUT_FILENO);
     dup2(open((root + "/stderr").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644), STDERR_FILENO);
     for (int descriptor = STDERR_FILENO + 1; descriptor < 256; ++descriptor) close(descriptor);
+    std::vector<std::string> words = emulated(arguments);
     std::vector<char*> argv;
-    for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+    for (std::string& word : words) argv.push_back(word.data());
     argv.push_back(nullptr);
-    execv(WORKSTATION_EXECUTABLE, argv.data());
+    execvp(words == arguments ? WORKSTATION_EXECUTABLE : argv[0], argv.data());
     _exit(127);
 }
 
