@@ -1,3 +1,6 @@
+// The C library's fortified ppoll reads a time of 64 bits as one of 32, where it has both.
+#undef _FORTIFY_SOURCE
+
 #include "simulator/machine/virtualClock.h"
 
 #include <algorithm>
