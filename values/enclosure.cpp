@@ -46,8 +46,10 @@ void setLogicalId(const Enclosure& enclosure, char* sval, int svalLen) {
 }
 
 void setName(const Enclosure& enclosure, char* sval, int svalLen) {
-    snprintf(sval, size_t(svalLen), "%s %s (%d)", trimField(enclosure.info->vendor).text,
-             raid_GetEnclosureTypeString(getModel(*enclosure.info).code), getEnclosureNumber(enclosure));
+    // One after the other: the order in which arguments are evaluated is each processor's own.
+    const auto vendor = trimField(enclosure.info->vendor);
+    const char* type = raid_GetEnclosureTypeString(getModel(*enclosure.info).code);
+    snprintf(sval, size_t(svalLen), "%s %s (%d)", vendor.text, type, getEnclosureNumber(enclosure));
 }
 
 // The state at this moment, not the cached one.

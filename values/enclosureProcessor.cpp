@@ -35,9 +35,10 @@ uint16_t getPartnerDeviceId(const Enclosure& enclosure) {
 }
 
 void setName(const Enclosure& enclosure, char* sval, int svalLen) {
+    const auto vendor = trimField(enclosure.info->vendor);
+    const auto product = trimField(enclosure.info->product);
     // An enclosure has one processor here, whatever it is made of.
-    snprintf(sval, size_t(svalLen), "%s %s (%d:1)", trimField(enclosure.info->vendor).text,
-             trimField(enclosure.info->product).text, getEnclosureNumber(enclosure));
+    snprintf(sval, size_t(svalLen), "%s %s (%d:1)", vendor.text, product.text, getEnclosureNumber(enclosure));
 }
 
 void setDescribedText(const Enclosure& enclosure, const char* marker, char* sval, int svalLen) {
