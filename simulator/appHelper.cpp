@@ -2,10 +2,9 @@
 
 #include "platform/appHelper.h"
 
-#include "simulator/machine/callLog.h"
+#include "simulator/machine/call.h"
 #include "simulator/machine/machine.h"
 
-#include <cstring>
 #include <ctime>
 
 namespace {
@@ -15,25 +14,31 @@ bool localTime(int64_t seconds, tm& local) {
     return localtime_r(&time, &local) != nullptr;
 }
 
-int answer(const char* call, int64_t seconds, const char* text, size_t size, bool done) {
-    return sim::traced(call, {seconds, size}, done ? 0 : 1, {done ? text : nullptr, done ? strlen(text) : 0});
+constexpr int DONE = 0;
+constexpr int NOT_DONE = 1;
+
+sim::Answer<int> formatted(char* text, size_t length) {
+    return length > 0 ? sim::Answer<int>{DONE, {text, length}} : sim::Answer<int>{NOT_DONE};
 }
 
 } // namespace
 
 int etcGetDate(int64_t seconds, char* text, size_t size) {
-    tm local = {};
-    const bool done = text != nullptr && localTime(seconds, local) && strftime(text, size, "%Y-%m-%d", &local) > 0;
-    return answer("etcGetDate", seconds, text, size, done);
+    return sim::call("etcGetDate", {seconds, size}, NOT_DONE, [&] {
+        tm local = {};
+        const bool known = text != nullptr && localTime(seconds, local);
+        return formatted(text, known ? strftime(text, size, "%Y-%m-%d", &local) : 0);
+    });
 }
 
 int etcGetDateAndTime(int64_t seconds, char* text, size_t size) {
-    tm local = {};
-    const bool done =
-        text != nullptr && localTime(seconds, local) && strftime(text, size, "%Y-%m-%d %H:%M:%S", &local) > 0;
-    return answer("etcGetDateAndTime", seconds, text, size, done);
+    return sim::call("etcGetDateAndTime", {seconds, size}, NOT_DONE, [&] {
+        tm local = {};
+        const bool known = text != nullptr && localTime(seconds, local);
+        return formatted(text, known ? strftime(text, size, "%Y-%m-%d %H:%M:%S", &local) : 0);
+    });
 }
 
 int etcGetDefaultLanChannelNumber(void) {
-    return sim::traced("etcGetDefaultLanChannelNumber", {}, sim::currentMachine()->ipmi.lanChannel);
+    return sim::numberCall("etcGetDefaultLanChannelNumber", {}, -1, sim::currentMachine()->ipmi.lanChannel);
 }

@@ -2,13 +2,12 @@
 
 #include "platform/csm.h"
 
-#include "simulator/machine/callLog.h"
+#include "simulator/machine/call.h"
 
 int CSM_Init(void) {
-    sim::logCall("CSM_Init", {}, 0);
-    return 0;
+    return sim::recordedCall("CSM_Init", {}, 1, [] { return sim::Answer<int>{0}; });
 }
 
 void updateSystemStatus(void) {
-    sim::logCall("updateSystemStatus", {}, 0);
+    sim::recordedCall("updateSystemStatus", {}, 0, [] { return sim::Answer<int>{0}; });
 }

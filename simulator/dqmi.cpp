@@ -2,7 +2,7 @@
 
 #include "platform/dqmi.h"
 
-#include "simulator/machine/callLog.h"
+#include "simulator/machine/call.h"
 #include "simulator/machine/machine.h"
 #include "simulator/machine/root.h"
 
@@ -40,47 +40,50 @@ int openTransaction(const std::shared_ptr<const sim::Machine>& machine) {
     return opened ? static_cast<int>(number + 1) : FAILED;
 }
 
-void fillHeader(const sim::Dqmi& dqmi, void* header) {
-    const uint32_t length = dqmi.length.value_or(dqmi.answer ? static_cast<uint32_t>(dqmi.answer->size()) : 0);
+void fillHeader(const sim::Dqmi& dqmi, const sim::Fault& fault, void* header) {
+    const uint32_t length =
+        fault.spoiledLength(dqmi.length.value_or(dqmi.answer ? static_cast<uint32_t>(dqmi.answer->size()) : 0));
+    int32_t status = dqmi.status;
+    fault.spoil(&status, sizeof status);
     auto* bytes = static_cast<uint8_t*>(header);
     memset(bytes, 0, HEADER_SIZE);
     memcpy(bytes + HEADER_LENGTH_OFFSET, &length, sizeof length);
-    memcpy(bytes + HEADER_STATUS_OFFSET, &dqmi.status, sizeof dqmi.status);
+    memcpy(bytes + HEADER_STATUS_OFFSET, &status, sizeof status);
 }
 
 // A block of the caller's; NULL: no answer, or no memory.
-void* copyAnswer(const sim::Dqmi& dqmi) {
+void* copyAnswer(const sim::Dqmi& dqmi, const sim::Fault& fault) {
     if (!dqmi.answer) return nullptr;
-    void* block = malloc(std::max<size_t>(dqmi.answer->size(), 1));
-    if (block != nullptr) sim::copyRecord(*dqmi.answer, block, dqmi.answer->size());
+    const auto described = static_cast<uint32_t>(dqmi.answer->size());
+    const size_t length = std::min(described, fault.spoiledLength(described));
+    void* block = malloc(std::max<size_t>(length, 1));
+    if (block != nullptr) fault.spoil(block, sim::copyRecord(*dqmi.answer, block, length));
     return block;
 }
 
 } // namespace
 
 int OpenDQMIConnection(void) {
-    const std::shared_ptr<const sim::Machine> machine = sim::currentMachine();
-    const int connection = machine->dqmi ? machine->dqmi->connection : FAILED;
-    sim::logCall("OpenDQMIConnection", {}, connection);
-    return connection;
+    return sim::recordedCall("OpenDQMIConnection", {}, FAILED, [] {
+        const std::shared_ptr<const sim::Machine> machine = sim::currentMachine();
+        return sim::Answer<int>{machine->dqmi ? machine->dqmi->connection : FAILED};
+    });
 }
 
 int OpenDQMItransaction(int kind, int version, int flags, int timeout, const void* request, int extra) {
-    const int transaction = openTransaction(sim::currentMachine());
-    sim::logCall("OpenDQMItransaction", {kind, version, flags, timeout, sim::CallValue(request, REQUEST_SIZE), extra},
-                 transaction);
-    return transaction;
+    return sim::recordedCall("OpenDQMItransaction",
+                             {kind, version, flags, timeout, sim::CallValue(request, REQUEST_SIZE), extra}, FAILED,
+                             [] { return sim::Answer<int>{openTransaction(sim::currentMachine())}; });
 }
 
 int ReadReceivedDQMImessage(int transaction, void* header, void** data) {
-    const std::shared_ptr<const sim::Machine> machine = sim::currentMachine();
     if (data != nullptr) *data = nullptr;
-    const bool read =
-        machine->dqmi && machine->dqmi->readable && transaction > 0 && header != nullptr && data != nullptr;
-    if (read) {
-        fillHeader(*machine->dqmi, header);
-        *data = copyAnswer(*machine->dqmi);
-    }
-    sim::logCall("ReadReceivedDQMImessage", {transaction}, read ? 0 : FAILED, {read ? header : nullptr, HEADER_SIZE});
-    return read ? 0 : FAILED;
+    return sim::recordedCall("ReadReceivedDQMImessage", {transaction}, FAILED, [&](const sim::Fault& fault) {
+        const std::shared_ptr<const sim::Machine> machine = sim::currentMachine();
+        const bool readable = machine->dqmi && machine->dqmi->readable && transaction > 0;
+        if (!readable || header == nullptr || data == nullptr) return sim::Answer<int>{FAILED};
+        fillHeader(*machine->dqmi, fault, header);
+        *data = copyAnswer(*machine->dqmi, fault);
+        return sim::Answer<int>{0, {header, HEADER_SIZE}};
+    });
 }

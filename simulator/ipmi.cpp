@@ -2,7 +2,7 @@
 
 #include "platform/ipmi.h"
 
-#include "simulator/machine/callLog.h"
+#include "simulator/machine/call.h"
 #include "simulator/machine/machine.h"
 
 #include <algorithm>
@@ -43,46 +43,51 @@ const std::array<uint8_t, 4>* findSettings(const sim::Machine& machine, uint8_t 
 } // namespace
 
 IPMISession* ipmiCreateLocalSession(int timeout) {
-    const bool possible = sim::currentMachine()->ipmi.session;
-    auto* session = possible ? static_cast<IPMISession*>(calloc(1, sizeof(IPMISession))) : nullptr;
-    sim::logCall("ipmiCreateLocalSession", {timeout}, session != nullptr ? 1 : 0);
+    IPMISession* session = nullptr;
+    sim::recordedCall("ipmiCreateLocalSession", {timeout}, 0, [&] {
+        if (sim::currentMachine()->ipmi.session) session = static_cast<IPMISession*>(calloc(1, sizeof(IPMISession)));
+        return sim::Answer<int>{session != nullptr ? 1 : 0};
+    });
     return session;
 }
 
 void ipmiCloseLocalSession(IPMISession* session) {
-    sim::logCall("ipmiCloseLocalSession", {}, 0);
-    free(session);
+    sim::recordedCall("ipmiCloseLocalSession", {}, 0, [] { return sim::Answer<int>{0}; });
+    free(session); // whatever went wrong
 }
 
 int ipmiSendCmd(IPMISession* session, uint8_t netFn, uint8_t command, const void* request, uint32_t requestLength,
                 void* response, uint32_t* responseLength) {
-    const std::shared_ptr<const sim::Machine> machine = sim::currentMachine();
-    std::optional<sim::Bytes> answer;
-    if (session != nullptr && responseLength != nullptr)
-        answer = answerTo(machine->ipmi, netFn, command, static_cast<const uint8_t*>(request), requestLength);
-    size_t copied = 0;
     const uint32_t room = responseLength != nullptr ? *responseLength : 0;
-    if (answer) {
-        copied = sim::copyRecord(*answer, response, room);
-        *responseLength = static_cast<uint32_t>(copied);
-    }
-    const int result = answer ? SENT : NOT_SENT;
-    sim::logCall("ipmiSendCmd", {netFn, command, sim::CallValue(request, requestLength), requestLength, room}, result,
-                 {answer ? response : nullptr, copied});
-    return result;
+    const auto send = [&](const sim::Fault& fault) {
+        const std::shared_ptr<const sim::Machine> machine = sim::currentMachine();
+        std::optional<sim::Bytes> answer;
+        if (session != nullptr && responseLength != nullptr)
+            answer = answerTo(machine->ipmi, netFn, command, static_cast<const uint8_t*>(request), requestLength);
+        if (!answer) return sim::Answer<int>{NOT_SENT};
+        const size_t copied = sim::copyRecord(*answer, response, room);
+        fault.spoil(response, copied);
+        *responseLength = fault.spoiledLength(static_cast<uint32_t>(copied));
+        return sim::Answer<int>{SENT, {response, copied}};
+    };
+    return sim::recordedCall(
+        "ipmiSendCmd", {netFn, command, sim::CallValue(request, requestLength), requestLength, room}, NOT_SENT, send);
 }
 
 int LIBIPMI_HL_AMIGetSNMPConf(IPMISession* session, uint8_t userId, uint8_t* enable, uint8_t* settings, int timeout) {
-    const std::shared_ptr<const sim::Machine> machine = sim::currentMachine();
-    const auto* described = findSettings(*machine, userId);
-    const bool read = session != nullptr && described != nullptr && enable != nullptr && settings != nullptr;
-    if (read) {
-        *enable = described->front();
-        std::copy(described->begin() + 1, described->end(), settings);
-    }
-    sim::logCall("LIBIPMI_HL_AMIGetSNMPConf", {userId, timeout}, read ? SENT : NOT_SENT,
-                 {read ? described->data() : nullptr, described != nullptr ? described->size() : 0});
-    return read ? SENT : NOT_SENT;
+    std::array<uint8_t, 4> bytes{};
+    const auto read = [&](const sim::Fault& fault) {
+        const std::shared_ptr<const sim::Machine> machine = sim::currentMachine();
+        const auto* described = findSettings(*machine, userId);
+        if (session == nullptr || described == nullptr || enable == nullptr || settings == nullptr)
+            return sim::Answer<int>{NOT_SENT};
+        bytes = *described;
+        fault.spoil(bytes.data(), bytes.size());
+        *enable = bytes.front();
+        std::copy(bytes.begin() + 1, bytes.end(), settings);
+        return sim::Answer<int>{SENT, {bytes.data(), bytes.size()}};
+    };
+    return sim::recordedCall("LIBIPMI_HL_AMIGetSNMPConf", {userId, timeout}, NOT_SENT, read);
 }
 
 int LIBIPMI_HL_AMISetSNMPConf(IPMISession* session, uint8_t userId, uint8_t enable, const uint8_t* settings,
@@ -91,7 +96,7 @@ int LIBIPMI_HL_AMISetSNMPConf(IPMISession* session, uint8_t userId, uint8_t enab
     const auto* described = findSettings(*machine, userId);
     const size_t settingCount = described != nullptr ? described->size() - 1 : 0;
     const int result = session != nullptr && described != nullptr && settings != nullptr ? SENT : NOT_SENT;
-    sim::logCall("LIBIPMI_HL_AMISetSNMPConf", {userId, enable, sim::CallValue(settings, settingCount), timeout},
-                 result);
-    return result;
+    return sim::recordedCall("LIBIPMI_HL_AMISetSNMPConf",
+                             {userId, enable, sim::CallValue(settings, settingCount), timeout}, NOT_SENT,
+                             [&] { return sim::Answer<int>{result}; });
 }

@@ -2,7 +2,7 @@
 
 #include "platform/lcm.h"
 
-#include "simulator/machine/callLog.h"
+#include "simulator/machine/call.h"
 #include "simulator/machine/machine.h"
 #include "simulator/machine/root.h"
 
@@ -11,6 +11,7 @@
 #include <exception>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <utility>
 
 namespace {
@@ -20,6 +21,9 @@ constexpr uint8_t AGENTS_NET_FN = 0xB8;
 constexpr uint8_t AGENTS_COMMAND = 0x02;
 constexpr uint32_t AGENTS_REQUEST_LENGTH = 4;
 constexpr uint8_t AGENTS_REQUEST_END = 0x08;
+
+constexpr int DONE = 1;
+constexpr int NOT_DONE = 0;
 
 // An item that was written lies over the described one until the process ends or the description changes it.
 struct WrittenItem {
@@ -95,57 +99,73 @@ const std::vector<sim::ParameterValue>* findValues(const sim::ParameterGroups& g
 }
 
 // A block of the value's own size, so that a read beyond it shows.
-void* copyValue(const std::optional<sim::Bytes>& value) {
+void* copyValue(const std::optional<sim::Bytes>& value, const sim::Fault& fault) {
     if (!value) return nullptr;
-    void* block = malloc(std::max<size_t>(value->size(), 1));
-    if (block != nullptr) sim::copyRecord(*value, block, value->size());
+    const auto described = static_cast<uint32_t>(value->size());
+    const size_t length = std::min(described, fault.spoiledLength(described));
+    void* block = malloc(std::max<size_t>(length, 1));
+    if (block != nullptr) fault.spoil(block, sim::copyRecord(*value, block, length));
     return block;
 }
 
-LCMParamEntry* makeTable(const std::vector<sim::ParameterValue>& values) {
+LCMParamEntry makeEntry(const sim::ParameterValue& value, const sim::Fault& fault) {
+    LCMParamEntry entry{value.state, value.type, fault.spoiledLength(value.length), copyValue(value.value, fault)};
+    fault.spoil(&entry.state, sizeof entry.state);
+    fault.spoil(&entry.type, sizeof entry.type);
+    return entry;
+}
+
+LCMParamEntry* makeTable(std::span<const sim::ParameterValue> values, const sim::Fault& fault) {
     auto* table = static_cast<LCMParamEntry*>(calloc(std::max<size_t>(values.size(), 1), sizeof(LCMParamEntry)));
-    if (table == nullptr) return nullptr;
-    for (size_t i = 0; i < values.size(); ++i)
-        table[i] = {values[i].state, values[i].type, values[i].length, copyValue(values[i].value)};
+    for (size_t i = 0; table != nullptr && i < values.size(); ++i) table[i] = makeEntry(values[i], fault);
     return table;
 }
 
 } // namespace
 
 int LCMconfigSpaceRead(uint16_t id, uint16_t index, void* buffer, uint32_t length) {
-    size_t copied = 0;
-    const bool done = readItem(id, buffer, length, copied);
-    return sim::traced("LCMconfigSpaceRead", {id, index, length}, done ? 1 : 0, {done ? buffer : nullptr, copied});
+    return sim::call("LCMconfigSpaceRead", {id, index, length}, NOT_DONE, [&] {
+        size_t copied = 0;
+        return readItem(id, buffer, length, copied) ? sim::Answer<int>{DONE, {buffer, copied}}
+                                                    : sim::Answer<int>{NOT_DONE};
+    });
 }
 
 int LCMconfigSpaceWrite(uint16_t id, uint16_t index, const void* data, uint32_t length) {
-    const int result = writeItem(id, data, length) ? 1 : 0;
-    sim::logCall("LCMconfigSpaceWrite", {id, index, sim::CallValue(data, length), length}, result);
-    return result;
+    return sim::recordedCall("LCMconfigSpaceWrite", {id, index, sim::CallValue(data, length), length}, NOT_DONE,
+                             [&] { return sim::Answer<int>{writeItem(id, data, length) ? DONE : NOT_DONE}; });
 }
 
 LCMParamEntry* LCMParam_update(int refresh, const char* group, const char* name, int32_t instance, uint32_t* count) {
-    const std::shared_ptr<const sim::Machine> machine = sim::currentMachine();
-    const std::vector<sim::ParameterValue>* values = findValues(machine->parameters, group, name, instance);
-    LCMParamEntry* table = values != nullptr && count != nullptr ? makeTable(*values) : nullptr;
-    if (count != nullptr) *count = table != nullptr ? static_cast<uint32_t>(values->size()) : 0;
-    sim::traced("LCMParam_update", {refresh, group, name, instance}, table != nullptr ? static_cast<int>(*count) : -1);
+    LCMParamEntry* table = nullptr;
+    if (count != nullptr) *count = 0;
+    sim::call("LCMParam_update", {refresh, group, name, instance}, -1, [&](const sim::Fault& fault) {
+        const std::shared_ptr<const sim::Machine> machine = sim::currentMachine();
+        const std::vector<sim::ParameterValue>* described = findValues(machine->parameters, group, name, instance);
+        if (described == nullptr || count == nullptr) return sim::Answer<int>{-1};
+        const std::span<const sim::ParameterValue> values(described->data(), fault.empties() ? 0 : described->size());
+        table = makeTable(values, fault);
+        if (table != nullptr) *count = static_cast<uint32_t>(values.size());
+        return sim::Answer<int>{table != nullptr ? static_cast<int>(*count) : -1};
+    });
     return table;
 }
 
 void LCMParamDb_destroyParameterTable(LCMParamEntry* table, uint32_t count) {
-    for (uint32_t i = 0; table != nullptr && i < count; ++i) free(table[i].value);
+    for (uint32_t i = 0; table != nullptr && i < count; ++i) free(table[i].value); // whatever goes wrong
     free(table);
-    sim::traced("LCMParamDb_destroyParameterTable", {count}, 0);
+    sim::call("LCMParamDb_destroyParameterTable", {count}, 0, [] { return sim::Answer<int>{0}; });
 }
 
 int LCMipmiSendCmdC(uint8_t netFn, uint8_t command, uint32_t requestLength, const void* request,
                     uint32_t responseLength, void* response) {
-    const std::shared_ptr<const sim::Machine> machine = sim::currentMachine();
-    const bool answered = machine->agentsAnswer && isAgentsRequest(netFn, command, requestLength, request);
-    const size_t copied = answered ? sim::copyRecord(*machine->agentsAnswer, response, responseLength) : 0;
-    sim::logCall("LCMipmiSendCmdC",
-                 {netFn, command, requestLength, sim::CallValue(request, requestLength), responseLength},
-                 answered ? 1 : 0, {answered ? response : nullptr, copied});
-    return answered ? 1 : 0;
+    const auto send = [&] {
+        const std::shared_ptr<const sim::Machine> machine = sim::currentMachine();
+        if (!machine->agentsAnswer || !isAgentsRequest(netFn, command, requestLength, request))
+            return sim::Answer<int>{NOT_DONE};
+        return sim::Answer<int>{DONE, {response, sim::copyRecord(*machine->agentsAnswer, response, responseLength)}};
+    };
+    return sim::recordedCall("LCMipmiSendCmdC",
+                             {netFn, command, requestLength, sim::CallValue(request, requestLength), responseLength},
+                             NOT_DONE, send);
 }

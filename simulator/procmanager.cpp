@@ -3,7 +3,7 @@
 
 #include "platform/procmanager.h"
 
-#include "simulator/machine/callLog.h"
+#include "simulator/machine/call.h"
 #include "simulator/machine/machine.h"
 #include "simulator/machine/root.h"
 
@@ -13,6 +13,7 @@
 
 namespace {
 
+constexpr int FAILED = 1;
 constexpr int MOST_ARGUMENTS = 64;
 constexpr size_t CALL_VALUES = 6; // of ProcMonitorRegisterExt, before them
 
@@ -59,27 +60,30 @@ void forgetProcess(const char* path) try {
 } // namespace
 
 int ProcMonitorRegister(const char* path, int flags, const char* name, int priority, int argumentCount) {
-    const int result = sim::currentMachine()->processMonitor.registerResult;
-    if (result == 0) noteProcess(path, name, getpid());
-    sim::logCall("ProcMonitorRegister", {path, flags, name, priority, argumentCount}, result);
-    return result;
+    return sim::recordedCall("ProcMonitorRegister", {path, flags, name, priority, argumentCount}, FAILED, [&] {
+        const int result = sim::currentMachine()->processMonitor.registerResult;
+        if (result == 0) noteProcess(path, name, getpid());
+        return sim::Answer<int>{result};
+    });
 }
 
 int ProcMonitorRegisterExt(int pid, const char* path, int flags, const char* name, int priority, int argumentCount,
                            const char* const* arguments) {
-    const int result = sim::currentMachine()->processMonitor.registerExtResult;
-    if (result == 0) noteProcess(path, name, pid);
     sim::CallValue values[CALL_VALUES + MOST_ARGUMENTS] = {pid, path, flags, name, priority, argumentCount};
     size_t count = CALL_VALUES; // then each argument's text
     for (int i = 0; arguments != nullptr && i < argumentCount && i < MOST_ARGUMENTS; ++i)
         values[count++] = arguments[i];
-    sim::logCall("ProcMonitorRegisterExt", values, count, result);
-    return result;
+    return sim::answerCall(sim::Recording::Always, "ProcMonitorRegisterExt", {values, count}, FAILED, [&] {
+        const int result = sim::currentMachine()->processMonitor.registerExtResult;
+        if (result == 0) noteProcess(path, name, pid);
+        return sim::Answer<int>{result};
+    });
 }
 
 int ProcMonitorDeRegister(const char* path) {
-    const int result = sim::currentMachine()->processMonitor.deregisterResult;
-    if (result == 0) forgetProcess(path);
-    sim::logCall("ProcMonitorDeRegister", {path}, result);
-    return result;
+    return sim::recordedCall("ProcMonitorDeRegister", {path}, FAILED, [&] {
+        const int result = sim::currentMachine()->processMonitor.deregisterResult;
+        if (result == 0) forgetProcess(path);
+        return sim::Answer<int>{result};
+    });
 }

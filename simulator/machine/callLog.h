@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <string>
+#include <string_view>
 
 namespace sim {
 
@@ -21,6 +22,7 @@ class CallValue {
         : kind_(bytes != nullptr ? Kind::Hex : Kind::Null), data_(bytes), size_(size) {}
 
     void appendTo(std::string& line) const;
+    int64_t number() const { return number_; } // 0: none
 
   private:
     enum class Kind : uint8_t { Null, Number, Text, Hex };
@@ -31,20 +33,15 @@ class CallValue {
 };
 
 struct CallOutput {
-    const void* data = nullptr; // NULL: the call gave none
+    void* data = nullptr; // NULL: the call gave none
     size_t size = 0;
+    std::string_view record = {}; // its name in the machine file, when it is one
 };
 
-// Writes the line of a call that changes something outside or asks for something once.
+// Writes a call's line.
 void logCall(const char* name, std::initializer_list<CallValue> arguments, CallValue result, CallOutput output = {});
 void logCall(const char* name, const CallValue* arguments, size_t count, CallValue result, CallOutput output = {});
 
-// The same for every other call, only with BMC_TRACE=1; returns the result.
-bool tracing();
-template <class Result>
-Result traced(const char* name, std::initializer_list<CallValue> arguments, Result result, CallOutput output = {}) {
-    if (tracing()) logCall(name, arguments, result, output);
-    return result;
-}
+bool tracing(); // BMC_TRACE=1: every call is written
 
 } // namespace sim

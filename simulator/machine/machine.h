@@ -77,6 +77,18 @@ struct Dqmi {
     std::optional<Bytes> answer;
 };
 
+enum class FaultKind : uint8_t { None, Error, Empty, Short, Garbage, Counts, Slow, Hang };
+
+// Which calls go wrong; faults.h says what that means.
+struct FaultRule {
+    std::string call; // empty: any
+    std::optional<uint32_t> controller;
+    std::optional<uint32_t> device;
+    uint64_t nth = 1;
+    std::optional<uint64_t> times; // nothing: for ever
+    FaultKind kind = FaultKind::None;
+};
+
 struct Machine {
     std::shared_ptr<const Controllers> controllers; // NULL: their list cannot be read
     std::map<uint16_t, Bytes> configSpace;
@@ -87,6 +99,7 @@ struct Machine {
     Ipmi ipmi;
     std::optional<Dqmi> dqmi;                              // nothing: no interface
     std::map<int32_t, std::vector<std::string>> processes; // command lines by process id
+    std::vector<FaultRule> faults;
 };
 
 // The newest good description; a change of the file is seen at once. Never NULL.

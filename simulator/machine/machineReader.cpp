@@ -1,5 +1,6 @@
 #include "simulator/machine/machineReader.h"
 
+#include "simulator/machine/faults.h"
 #include "simulator/machine/jsonNode.h"
 #include "simulator/machine/recordReader.h"
 
@@ -277,6 +278,51 @@ void readProcesses(const Node& node, std::map<int32_t, std::vector<std::string>>
     if (processes.contains(0)) node.fail("0 is no process id");
 }
 
+struct FaultWord {
+    std::string_view word;
+    FaultKind kind;
+};
+constexpr FaultWord FAULT_WORDS[] = {{"error", FaultKind::Error},   {"empty", FaultKind::Empty},
+                                     {"short", FaultKind::Short},   {"garbage", FaultKind::Garbage},
+                                     {"counts", FaultKind::Counts}, {"slow", FaultKind::Slow},
+                                     {"hang", FaultKind::Hang}};
+
+FaultKind readFaultKind(const Node& node) {
+    const std::string& text = readText(node);
+    for (const auto& [word, kind] : FAULT_WORDS)
+        if (word == text) return kind;
+    node.fail("must be error, empty, short, garbage, counts, slow or hang");
+}
+
+uint64_t readPositive(const Node& node) {
+    const uint64_t number = readUnsigned(node, INT64_MAX);
+    if (number == 0) node.fail("must be at least 1");
+    return number;
+}
+
+FaultRule readFault(const Node& node) {
+    FaultRule rule;
+    readMembers(
+        node,
+        {{"call", [&](const Node& n) { rule.call = readText(n); }},
+         {"controller", [&](const Node& n) { rule.controller = static_cast<uint32_t>(readUnsigned(n, UINT32_MAX)); }},
+         {"device", [&](const Node& n) { rule.device = static_cast<uint32_t>(readUnsigned(n, UINT16_MAX)); }},
+         {"nth", [&](const Node& n) { rule.nth = readPositive(n); }},
+         {"times", [&](const Node& n) { rule.times = readPositive(n); }},
+         {"kind", [&](const Node& n) { rule.kind = readFaultKind(n); }}});
+    if (rule.kind == FaultKind::None) node.fail("has no kind");
+    const LibraryCall* call = findLibraryCall(rule.call);
+    if (!rule.call.empty() && call == nullptr) node.fail("there is no library function \"" + rule.call + "\"");
+    const size_t wanted = rule.device ? 2 : (rule.controller ? 1 : 0);
+    if (call != nullptr && call->identifiers < wanted)
+        node.fail(rule.call + (wanted == 2 ? " names no device" : " names no controller"));
+    return rule;
+}
+
+void readFaults(const Node& node, std::vector<FaultRule>& faults) {
+    forEachElement(node, ANY_COUNT, [&](const Node& fault) { faults.push_back(readFault(fault)); });
+}
+
 void readWriteFailures(const Node& node, std::set<uint16_t>& ids) {
     forEachElement(node, ANY_COUNT,
                    [&](const Node& id) { ids.insert(static_cast<uint16_t>(readUnsigned(id, UINT16_MAX))); });
@@ -293,7 +339,8 @@ Machine readWhole(const Node& node) {
                  {"lcm", [&](const Node& n) { readParameters(n, machine.parameters); }},
                  {"ipmi", [&](const Node& n) { readIpmi(n, machine.ipmi); }},
                  {"dqmi", [&](const Node& n) { machine.dqmi = readDqmi(n); }},
-                 {"processes", [&](const Node& n) { readProcesses(n, machine.processes); }}});
+                 {"processes", [&](const Node& n) { readProcesses(n, machine.processes); }},
+                 {"faults", [&](const Node& n) { readFaults(n, machine.faults); }}});
     return machine;
 }
 

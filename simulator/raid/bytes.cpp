@@ -2,25 +2,29 @@
 
 #include "platform/storelib.h"
 
-#include "simulator/machine/callLog.h"
+#include "simulator/machine/call.h"
 
 #include <algorithm>
 
 // Up to the first NUL, blanks cut at both ends.
 void raid_StrncpyTrim(char* destination, const char* source, size_t width) {
-    const char* begin = source;
-    const char* end = source + strnlen(source, width);
-    while (begin != end && *begin == ' ') ++begin;
-    while (end != begin && end[-1] == ' ') --end;
-    const auto length = static_cast<size_t>(end - begin);
-    memmove(destination, begin, length);
-    destination[length] = 0;
-    sim::traced("raid_StrncpyTrim", {sim::CallValue(source, width), width}, 0, {destination, length});
+    sim::outputCall("raid_StrncpyTrim", {sim::CallValue(source, width), width}, [&] {
+        const char* begin = source;
+        const char* end = source + strnlen(source, width);
+        while (begin != end && *begin == ' ') ++begin;
+        while (end != begin && end[-1] == ' ') --end;
+        const auto length = static_cast<size_t>(end - begin);
+        memmove(destination, begin, length);
+        destination[length] = 0;
+        return sim::CallOutput{destination, length};
+    });
 }
 
 void raid_swapBytes(void* destination, const void* source, size_t count) {
-    if (count > 0) memmove(destination, source, count);
-    auto* bytes = static_cast<uint8_t*>(destination);
-    std::reverse(bytes, bytes + count);
-    sim::traced("raid_swapBytes", {sim::CallValue(source, count), count}, 0, {destination, count});
+    sim::outputCall("raid_swapBytes", {sim::CallValue(source, count), count}, [&] {
+        if (count > 0) memmove(destination, source, count);
+        auto* bytes = static_cast<uint8_t*>(destination);
+        std::reverse(bytes, bytes + count);
+        return sim::CallOutput{destination, count};
+    });
 }

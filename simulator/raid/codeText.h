@@ -2,8 +2,6 @@
 
 // Tables of the library's texts for codes.
 
-#include "simulator/machine/callLog.h"
-
 #include <cstdint>
 #include <span>
 

@@ -2,7 +2,7 @@
 
 #include "platform/storelib.h"
 
-#include "simulator/machine/callLog.h"
+#include "simulator/machine/call.h"
 #include "simulator/machine/recordLayout.h"
 #include "simulator/raid/codeText.h"
 #include "simulator/raid/reads.h"
@@ -39,35 +39,36 @@ constexpr sim::CodeText BATTERY_TYPES[] = {{0, "No Battery"},
 
 constexpr sim::CodeText AUTO_LEARN_MODES[] = {{0, "Automatic"}, {1, "Disabled"}, {2, "Warn Only"}, {3, "Manual"}};
 
-int readStatus(const std::optional<int32_t>& value, int32_t* status) {
-    if (status == nullptr) return sim::RAID_BAD_ARGUMENT;
-    if (!value) return sim::RAID_NOT_AVAILABLE;
-    *status = *value;
-    return sim::RAID_OK;
+int readStatus(const char* name, uint32_t ctrlId, std::optional<int32_t> sim::Controller::*member, int32_t* status) {
+    return sim::call(name, {ctrlId}, sim::RAID_NOT_AVAILABLE, [&] {
+        const std::shared_ptr<const sim::Controller> controller = sim::findController(ctrlId);
+        if (controller == nullptr) return sim::Answer<int>{sim::RAID_NOT_AVAILABLE};
+        if (status == nullptr) return sim::Answer<int>{sim::RAID_BAD_ARGUMENT};
+        const std::optional<int32_t>& value = (*controller).*member;
+        if (!value) return sim::Answer<int>{sim::RAID_NOT_AVAILABLE};
+        *status = *value;
+        return sim::Answer<int>{sim::RAID_OK, {status, sizeof *status}};
+    });
 }
 
-int readStatus(const char* call, uint32_t ctrlId, std::optional<int32_t> sim::Controller::*member, int32_t* status) {
-    const std::shared_ptr<const sim::Controller> controller = sim::findController(ctrlId);
-    const int result = controller != nullptr ? readStatus((*controller).*member, status) : sim::RAID_NOT_AVAILABLE;
-    return sim::traced(call, {ctrlId}, result, {result == sim::RAID_OK ? status : nullptr, sizeof *status});
-}
-
-int readList(const char* call, uint32_t ctrlId, const char* record, void* list, size_t size) {
-    const auto [status, copied] = sim::readControllerRecord(ctrlId, record, list, size);
-    return sim::traced(call, {ctrlId}, status, {status == sim::RAID_OK ? list : nullptr, copied});
+int readList(const char* name, uint32_t ctrlId, const char* record, void* list, size_t size) {
+    return sim::call(name, {ctrlId}, sim::RAID_NOT_AVAILABLE,
+                     [&] { return sim::readControllerRecord(ctrlId, record, list, size); });
 }
 
 } // namespace
 
 int raid_GetControllerList(SL_CTRL_LIST_T* list) {
-    const std::shared_ptr<const sim::Controllers> controllers = sim::takeControllers();
-    if (controllers == nullptr) return sim::traced("raid_GetControllerList", {}, sim::RAID_NOT_AVAILABLE);
-    if (list == nullptr) return sim::traced("raid_GetControllerList", {}, sim::RAID_BAD_ARGUMENT);
-    const size_t listed = std::min(controllers->size(), std::size(list->ctrlId));
-    list->count = static_cast<uint32_t>(controllers->size());
-    for (size_t i = 0; i < listed; ++i) list->ctrlId[i] = (*controllers)[i].id;
-    const size_t written = offsetof(SL_CTRL_LIST_T, ctrlId) + listed * sizeof list->ctrlId[0];
-    return sim::traced("raid_GetControllerList", {}, sim::RAID_OK, {list, written});
+    return sim::call("raid_GetControllerList", {}, sim::RAID_NOT_AVAILABLE, [&] {
+        const std::shared_ptr<const sim::Controllers> controllers = sim::takeControllers();
+        if (controllers == nullptr) return sim::Answer<int>{sim::RAID_NOT_AVAILABLE};
+        if (list == nullptr) return sim::Answer<int>{sim::RAID_BAD_ARGUMENT};
+        const size_t listed = std::min(controllers->size(), std::size(list->ctrlId));
+        list->count = static_cast<uint32_t>(controllers->size());
+        for (size_t i = 0; i < listed; ++i) list->ctrlId[i] = (*controllers)[i].id;
+        const size_t written = offsetof(SL_CTRL_LIST_T, ctrlId) + listed * sizeof list->ctrlId[0];
+        return sim::Answer<int>{sim::RAID_OK, {list, written, "SL_CTRL_LIST_T"}};
+    });
 }
 
 int raid_ReadControllerInfoRaw(uint32_t ctrlId, MR_CTRL_INFO* info) {
@@ -75,17 +76,17 @@ int raid_ReadControllerInfoRaw(uint32_t ctrlId, MR_CTRL_INFO* info) {
 }
 
 int raid_ControllerGetOperation(uint32_t ctrlId, uint32_t opcode, void* buffer, uint32_t length) {
-    const sim::RecordLayout* layout = sim::findRecordLayout(opcode);
-    sim::ReadResult read;
-    if (layout != nullptr) read = sim::readControllerRecord(ctrlId, layout->name, buffer, length);
-    return sim::traced("raid_ControllerGetOperation", {ctrlId, opcode, length}, read.status,
-                       {read.status == sim::RAID_OK ? buffer : nullptr, read.copied});
+    return sim::call("raid_ControllerGetOperation", {ctrlId, opcode, length}, sim::RAID_NOT_AVAILABLE, [&] {
+        const sim::RecordLayout* layout = sim::findRecordLayout(opcode);
+        return layout != nullptr ? sim::readControllerRecord(ctrlId, layout->name, buffer, length)
+                                 : sim::Answer<int>{sim::RAID_NOT_AVAILABLE};
+    });
 }
 
 int raid_GetControllerNumber(uint32_t ctrlId) {
     const std::shared_ptr<const sim::Controller> controller = sim::findController(ctrlId);
-    return sim::traced("raid_GetControllerNumber", {ctrlId},
-                       controller != nullptr ? controller->number.value_or(-1) : -1);
+    return sim::numberCall("raid_GetControllerNumber", {ctrlId}, -1,
+                           controller != nullptr ? controller->number.value_or(-1) : -1);
 }
 
 int raid_ControllerGetBatteryStatus(uint32_t ctrlId, int32_t* status) {
@@ -97,33 +98,34 @@ int raid_ControllerGetVirtualDiskStatus(uint32_t ctrlId, int32_t* status) {
 }
 
 int ZEBRAID_DirectLibCommand(uint32_t ctrlId, SL_LIB_CMD_PARAM_T* packet, void* out, uint32_t size) {
-    if (packet == nullptr)
-        return sim::traced("ZEBRAID_DirectLibCommand", {ctrlId, nullptr, size}, sim::RAID_BAD_ARGUMENT);
-    const size_t length = std::min<size_t>(size, packet->dataSize);
-    sim::ReadResult read = {sim::RAID_NOT_SUPPORTED, 0};
-    if (packet->cmdType == COMMAND_TYPE_DRIVES && packet->cmd == COMMAND_DRIVES_OF_LOGICAL_DRIVE)
-        read = sim::readLogicalDriveRecord(ctrlId, packet->deviceRef, "SL_PD_IN_LD_T", out, length);
-    if (packet->cmdType == COMMAND_TYPE_DRIVES && packet->cmd == COMMAND_LOGICAL_DRIVES_OF_DRIVE)
-        read = sim::readDeviceRecord(ctrlId, packet->deviceRef, "LDS_OF_PD", out, length);
-    return sim::traced("ZEBRAID_DirectLibCommand", {ctrlId, sim::CallValue(packet, PACKET_BYTES_BEFORE_POINTER), size},
-                       read.status, {read.status == sim::RAID_OK ? out : nullptr, read.copied});
+    const auto answer = [&] {
+        if (packet == nullptr) return sim::Answer<int>{sim::RAID_BAD_ARGUMENT};
+        const size_t length = std::min<size_t>(size, packet->dataSize);
+        if (packet->cmdType == COMMAND_TYPE_DRIVES && packet->cmd == COMMAND_DRIVES_OF_LOGICAL_DRIVE)
+            return sim::readLogicalDriveRecord(ctrlId, packet->deviceRef, "SL_PD_IN_LD_T", out, length);
+        if (packet->cmdType == COMMAND_TYPE_DRIVES && packet->cmd == COMMAND_LOGICAL_DRIVES_OF_DRIVE)
+            return sim::readDeviceRecord(ctrlId, packet->deviceRef, "LDS_OF_PD", out, length);
+        return sim::Answer<int>{sim::RAID_NOT_SUPPORTED};
+    };
+    return sim::call("ZEBRAID_DirectLibCommand", {ctrlId, sim::CallValue(packet, PACKET_BYTES_BEFORE_POINTER), size},
+                     sim::RAID_NOT_AVAILABLE, answer);
 }
 
 const char* raid_GetErrorStatus(int status) {
-    return sim::traced("raid_GetErrorStatus", {status},
-                       sim::codeText(ERROR_TEXTS, static_cast<uint32_t>(status), "Unknown error"));
+    return sim::textCall("raid_GetErrorStatus", {status},
+                         sim::codeText(ERROR_TEXTS, static_cast<uint32_t>(status), "Unknown error"));
 }
 
 const char* raid_GetPCIVendorName(uint16_t vendorId) {
-    return sim::traced("raid_GetPCIVendorName", {vendorId}, sim::codeText(VENDOR_NAMES, vendorId, "Unknown"));
+    return sim::textCall("raid_GetPCIVendorName", {vendorId}, sim::codeText(VENDOR_NAMES, vendorId, "Unknown"));
 }
 
 const char* raid_GetPatrolReadState(uint8_t state) {
-    return sim::traced("raid_GetPatrolReadState", {state}, sim::codeText(PATROL_READ_STATES, state, "Unknown"));
+    return sim::textCall("raid_GetPatrolReadState", {state}, sim::codeText(PATROL_READ_STATES, state, "Unknown"));
 }
 
 const char* raid_GetBatteryType(uint8_t batteryType) {
-    return sim::traced("raid_GetBatteryType", {batteryType}, sim::codeText(BATTERY_TYPES, batteryType, "Unknown"));
+    return sim::textCall("raid_GetBatteryType", {batteryType}, sim::codeText(BATTERY_TYPES, batteryType, "Unknown"));
 }
 
 // By the low four bits: 0 normal, 1 degraded, 2 failed, 3 unknown; all others mean something else.
@@ -132,11 +134,11 @@ int raid_GetBatteryState(uint32_t fwStatus) {
     int state = 7;
     if (code < 3) state = static_cast<int>(code);
     if (code == 3) state = -1;
-    return sim::traced("raid_GetBatteryState", {fwStatus}, state);
+    return sim::numberCall("raid_GetBatteryState", {fwStatus}, -1, state);
 }
 
 const char* raid_GetBatteryAutoLearnMode(uint8_t mode) {
-    return sim::traced("raid_GetBatteryAutoLearnMode", {mode}, sim::codeText(AUTO_LEARN_MODES, mode, "Unknown"));
+    return sim::textCall("raid_GetBatteryAutoLearnMode", {mode}, sim::codeText(AUTO_LEARN_MODES, mode, "Unknown"));
 }
 
 int raid_GetControllerPDList(uint32_t ctrlId, MR_PD_LIST* list) {

@@ -2,7 +2,7 @@
 
 #include "platform/storelib.h"
 
-#include "simulator/machine/callLog.h"
+#include "simulator/machine/call.h"
 #include "simulator/raid/codeText.h"
 #include "simulator/raid/enclosureNumber.h"
 #include "simulator/raid/reads.h"
@@ -29,46 +29,49 @@ constexpr sim::CodeText FIRMWARE_STATES[] = {{0x00, "Unconfigured Good"},
 constexpr sim::CodeText POWER_STATES[] = {
     {0, "Active"}, {1, "Spun Down"}, {2, "Spinning Up"}, {3, "Spinning Down"}, {0xFF, "Powered Off"}};
 
-int readSpeed(const char* call, uint32_t ctrlId, uint16_t deviceId, std::optional<uint32_t> sim::Device::*member,
+int readSpeed(const char* name, uint32_t ctrlId, uint16_t deviceId, std::optional<uint32_t> sim::Device::*member,
               uint32_t* rpm) {
-    const std::shared_ptr<const sim::Device> device = sim::findDevice(ctrlId, deviceId);
-    if (rpm == nullptr) return sim::traced(call, {ctrlId, deviceId}, sim::RAID_BAD_ARGUMENT);
-    if (device == nullptr || !((*device).*member))
-        return sim::traced(call, {ctrlId, deviceId}, sim::RAID_NOT_AVAILABLE);
-    *rpm = *((*device).*member);
-    return sim::traced(call, {ctrlId, deviceId}, sim::RAID_OK, {rpm, sizeof *rpm});
+    return sim::call(name, {ctrlId, deviceId}, sim::RAID_NOT_AVAILABLE, [&] {
+        const std::shared_ptr<const sim::Device> device = sim::findDevice(ctrlId, deviceId);
+        if (rpm == nullptr) return sim::Answer<int>{sim::RAID_BAD_ARGUMENT};
+        if (device == nullptr || !((*device).*member)) return sim::Answer<int>{sim::RAID_NOT_AVAILABLE};
+        *rpm = *((*device).*member);
+        return sim::Answer<int>{sim::RAID_OK, {rpm, sizeof *rpm}};
+    });
+}
+
+int readDrive(const char* name, uint32_t ctrlId, uint16_t deviceId, const char* record, void* buffer, size_t size) {
+    return sim::call(name, {ctrlId, deviceId}, sim::RAID_NOT_AVAILABLE,
+                     [&] { return sim::readDeviceRecord(ctrlId, deviceId, record, buffer, size); });
 }
 
 } // namespace
 
 int raid_PhysicalDeviceGetInfo(uint32_t ctrlId, uint16_t deviceId, MR_PD_INFO* info) {
-    const auto [status, copied] = sim::readDeviceRecord(ctrlId, deviceId, "MR_PD_INFO", info, sizeof *info);
-    return sim::traced("raid_PhysicalDeviceGetInfo", {ctrlId, deviceId}, status,
-                       {status == sim::RAID_OK ? info : nullptr, copied});
+    return readDrive("raid_PhysicalDeviceGetInfo", ctrlId, deviceId, "MR_PD_INFO", info, sizeof *info);
 }
 
 int raid_FirePDSATAPassthru_Identify(uint32_t ctrlId, uint16_t deviceId, void* identifyData) {
-    const auto [status, copied] =
-        sim::readDeviceRecord(ctrlId, deviceId, "SATA_IDENTIFY", identifyData, SATA_IDENTIFY_SIZE);
-    return sim::traced("raid_FirePDSATAPassthru_Identify", {ctrlId, deviceId}, status,
-                       {status == sim::RAID_OK ? identifyData : nullptr, copied});
+    return readDrive("raid_FirePDSATAPassthru_Identify", ctrlId, deviceId, "SATA_IDENTIFY", identifyData,
+                     SATA_IDENTIFY_SIZE);
 }
 
 // The lowest connected port; 0 when there is none.
 int raid_PhysicalDeviceGetPortNumber(const MR_PD_INFO* device, const MR_CTRL_INFO* controller) {
     const uint8_t ports = device != nullptr ? device->connectedPortBitmap : uint8_t{0};
-    return sim::traced("raid_PhysicalDeviceGetPortNumber",
-                       {sim::CallValue(device, sizeof *device), sim::CallValue(controller, sizeof *controller)},
-                       ports != 0 ? std::countr_zero(ports) : 0);
+    return sim::numberCall("raid_PhysicalDeviceGetPortNumber",
+                           {sim::CallValue(device, sizeof *device), sim::CallValue(controller, sizeof *controller)}, 0,
+                           ports != 0 ? std::countr_zero(ports) : 0);
 }
 
 int raid_PhysicalDriveGetEnclosureNumber(const MR_PD_INFO* drive, const MR_CTRL_INFO* controller,
                                          const MR_SAS_CONNECTORS* connectors, const MR_ENCL_LIST* enclosures) {
     const int number = drive != nullptr ? sim::enclosureNumber(drive->enclDeviceId, enclosures) : 0;
-    return sim::traced("raid_PhysicalDriveGetEnclosureNumber",
-                       {sim::CallValue(drive, sizeof *drive), sim::CallValue(controller, sizeof *controller),
-                        sim::CallValue(connectors, sizeof *connectors), sim::CallValue(enclosures, sizeof *enclosures)},
-                       number);
+    return sim::numberCall("raid_PhysicalDriveGetEnclosureNumber",
+                           {sim::CallValue(drive, sizeof *drive), sim::CallValue(controller, sizeof *controller),
+                            sim::CallValue(connectors, sizeof *connectors),
+                            sim::CallValue(enclosures, sizeof *enclosures)},
+                           0, number);
 }
 
 int raid_PhysicalDriveGetSasRotationalSpeed(uint32_t ctrlId, uint16_t deviceId, uint32_t* rpm) {
@@ -81,19 +84,19 @@ int raid_PhysicalDriveGetAtaRotationalSpeed(uint32_t ctrlId, uint16_t deviceId, 
 
 int raid_PhysicalGetDriveTemperature(uint32_t ctrlId, uint16_t deviceId) {
     const std::shared_ptr<const sim::Device> device = sim::findDevice(ctrlId, deviceId);
-    return sim::traced("raid_PhysicalGetDriveTemperature", {ctrlId, deviceId},
-                       device != nullptr ? device->temperature.value_or(0) : 0);
+    return sim::numberCall("raid_PhysicalGetDriveTemperature", {ctrlId, deviceId}, 0,
+                           device != nullptr ? device->temperature.value_or(0) : 0);
 }
 
 const char* raid_GetDeviceInterfaceType(uint8_t interface) {
-    return sim::traced("raid_GetDeviceInterfaceType", {interface},
-                       sim::codeText(INTERFACE_TYPES, interface, "Unknown"));
+    return sim::textCall("raid_GetDeviceInterfaceType", {interface},
+                         sim::codeText(INTERFACE_TYPES, interface, "Unknown"));
 }
 
 const char* raid_GetHddFirmwareState(uint16_t fwState) {
-    return sim::traced("raid_GetHddFirmwareState", {fwState}, sim::codeText(FIRMWARE_STATES, fwState, "Unknown"));
+    return sim::textCall("raid_GetHddFirmwareState", {fwState}, sim::codeText(FIRMWARE_STATES, fwState, "Unknown"));
 }
 
 const char* raid_GetHddPowerState(uint8_t powerState) {
-    return sim::traced("raid_GetHddPowerState", {powerState}, sim::codeText(POWER_STATES, powerState, "Unknown"));
+    return sim::textCall("raid_GetHddPowerState", {powerState}, sim::codeText(POWER_STATES, powerState, "Unknown"));
 }

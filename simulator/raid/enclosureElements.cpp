@@ -2,7 +2,7 @@
 
 #include "platform/storelib.h"
 
-#include "simulator/machine/callLog.h"
+#include "simulator/machine/call.h"
 #include "simulator/raid/codeText.h"
 
 #include <algorithm>
@@ -107,12 +107,10 @@ const char* speedText(size_t speed) {
     return texts.text[speed];
 }
 
-void copyText(char* text, int size, const char* source) {
-    if (text != nullptr && size > 0) snprintf(text, static_cast<size_t>(size), "%s", source);
-}
-
-sim::CallOutput textOutput(const char* text, int size) {
-    return {size > 0 ? text : nullptr, text != nullptr && size > 0 ? strlen(text) : 0};
+sim::CallOutput copyText(char* text, int size, const char* source) {
+    if (text == nullptr || size <= 0) return {};
+    snprintf(text, static_cast<size_t>(size), "%s", source);
+    return {text, strlen(text)};
 }
 
 sim::CallValue block(const SL_ENCL_STATUS_T* status) {
@@ -122,33 +120,34 @@ sim::CallValue block(const SL_ENCL_STATUS_T* status) {
 } // namespace
 
 int raid_GetEnclosureStatus(const SL_ENCL_STATUS_T* status) {
-    return sim::traced("raid_GetEnclosureStatus", {block(status)}, status != nullptr ? worstState(*status) : 3);
+    return sim::numberCall("raid_GetEnclosureStatus", {block(status)}, 3, status != nullptr ? worstState(*status) : 3);
 }
 
 void raid_GetEnclosureFanName(int modelCode, const SL_ENCL_STATUS_T* status, uint32_t fan, char* text, int size) {
     char name[32];
     snprintf(name, sizeof name, "Fan %llu", fan + 1ULL);
-    copyText(text, size, name);
-    sim::traced("raid_GetEnclosureFanName", {modelCode, block(status), fan, size}, 0, textOutput(text, size));
+    sim::outputCall("raid_GetEnclosureFanName", {modelCode, block(status), fan, size},
+                    [&] { return copyText(text, size, name); });
 }
 
 const char* raid_GetEnclosureFanLocation(int modelCode, const SL_ENCL_STATUS_T* status, uint32_t fan) {
     const char* place = placeOf(modelCode, &ModelPlaces::fans, fan);
-    return sim::traced("raid_GetEnclosureFanLocation", {modelCode, block(status), fan},
-                       place != nullptr ? place : "Enclosure");
+    return sim::textCall("raid_GetEnclosureFanLocation", {modelCode, block(status), fan},
+                         place != nullptr ? place : "Enclosure");
 }
 
 const char* raid_GetEnclosureFanSpeedString(const SL_ENCL_STATUS_T* status, uint32_t fan) {
-    return sim::traced("raid_GetEnclosureFanSpeedString", {block(status), fan}, speedText(speedOf(fanAt(status, fan))));
+    return sim::textCall("raid_GetEnclosureFanSpeedString", {block(status), fan},
+                         speedText(speedOf(fanAt(status, fan))));
 }
 
 const char* raid_GetEnclosureFanStatusString(const SL_ENCL_STATUS_T* status, uint32_t fan) {
-    return sim::traced("raid_GetEnclosureFanStatusString", {block(status), fan}, stateText(fanAt(status, fan)));
+    return sim::textCall("raid_GetEnclosureFanStatusString", {block(status), fan}, stateText(fanAt(status, fan)));
 }
 
 const char* raid_GetEnclosurePowerSupplyStatusString(const SL_ENCL_STATUS_T* status, uint32_t powerSupply) {
-    return sim::traced("raid_GetEnclosurePowerSupplyStatusString", {block(status), powerSupply},
-                       stateText(powerSupplyAt(status, powerSupply)));
+    return sim::textCall("raid_GetEnclosurePowerSupplyStatusString", {block(status), powerSupply},
+                         stateText(powerSupplyAt(status, powerSupply)));
 }
 
 void raid_GetEnclosureSensorLocation(int modelCode, const SL_ENCL_STATUS_T* status, uint32_t sensor, char* text,
@@ -156,20 +155,20 @@ void raid_GetEnclosureSensorLocation(int modelCode, const SL_ENCL_STATUS_T* stat
     char number[32];
     snprintf(number, sizeof number, "Location %llu", sensor + 1ULL);
     const char* place = placeOf(modelCode, &ModelPlaces::sensors, sensor);
-    copyText(text, size, place != nullptr ? place : number);
-    sim::traced("raid_GetEnclosureSensorLocation", {modelCode, block(status), sensor, size}, 0, textOutput(text, size));
+    sim::outputCall("raid_GetEnclosureSensorLocation", {modelCode, block(status), sensor, size},
+                    [&] { return copyText(text, size, place != nullptr ? place : number); });
 }
 
 const char* raid_GetEnclosureTempStatusString(const SL_ENCL_STATUS_T* status, uint32_t sensor) {
-    return sim::traced("raid_GetEnclosureTempStatusString", {block(status), sensor},
-                       stateText(sensorAt(status, sensor)));
+    return sim::textCall("raid_GetEnclosureTempStatusString", {block(status), sensor},
+                         stateText(sensorAt(status, sensor)));
 }
 
 // Byte 2 of a temperature element counts degrees from -20.
 float raid_GetEnclosureTemperature(const SL_ENCL_STATUS_T* status, uint32_t sensor, uint16_t statusCode,
                                    const SL_ENCL_ELEMENT_T* element) {
     const int degrees = (element != nullptr ? element->ses[2] : 20) - 20;
-    sim::traced("raid_GetEnclosureTemperature",
-                {block(status), sensor, statusCode, sim::CallValue(element, sizeof *element)}, degrees);
-    return static_cast<float>(degrees);
+    return static_cast<float>(
+        sim::numberCall("raid_GetEnclosureTemperature",
+                        {block(status), sensor, statusCode, sim::CallValue(element, sizeof *element)}, 0, degrees));
 }

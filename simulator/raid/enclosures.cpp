@@ -2,7 +2,7 @@
 
 #include "platform/storelib.h"
 
-#include "simulator/machine/callLog.h"
+#include "simulator/machine/call.h"
 #include "simulator/raid/codeText.h"
 #include "simulator/raid/enclosureNumber.h"
 #include "simulator/raid/reads.h"
@@ -29,73 +29,74 @@ int skipElementType(const uint8_t* page, uint32_t length, uint64_t offset, uint3
 } // namespace
 
 int raid_GetEnclosureStatusFunc(uint32_t ctrlId, uint16_t deviceId, SL_ENCL_STATUS_T** status) {
-    sim::ReadResult read = {sim::RAID_BAD_ARGUMENT, 0};
-    void* block = nullptr;
-    if (status != nullptr) {
-        *status = nullptr;
-        block = calloc(1, sizeof **status);
-        read = sim::readDeviceRecord(ctrlId, deviceId, "SL_ENCL_STATUS_T", block, sizeof **status);
-        if (read.status == sim::RAID_OK) {
+    if (status != nullptr) *status = nullptr;
+    return sim::call("raid_GetEnclosureStatusFunc", {ctrlId, deviceId}, sim::RAID_NOT_AVAILABLE, [&] {
+        if (status == nullptr) return sim::Answer<int>{sim::RAID_BAD_ARGUMENT};
+        void* block = calloc(1, sizeof **status);
+        sim::Answer<int> answer = sim::readDeviceRecord(ctrlId, deviceId, "SL_ENCL_STATUS_T", block, sizeof **status);
+        if (answer.result == sim::RAID_OK) {
             *status = static_cast<SL_ENCL_STATUS_T*>(block);
+            answer.output.size = sizeof **status;
         } else {
             free(block);
-            block = nullptr;
         }
-    }
-    return sim::traced("raid_GetEnclosureStatusFunc", {ctrlId, deviceId}, read.status, {block, sizeof **status});
+        return answer;
+    });
 }
 
 int raid_EnclosureGetEnclosureNumber(const MR_PD_INFO* enclosure, const MR_CTRL_INFO* controller,
                                      const MR_SAS_CONNECTORS* connectors, const MR_ENCL_LIST* enclosures) {
     const int number = enclosure != nullptr ? sim::enclosureNumber(enclosure->deviceId, enclosures) : 0;
-    return sim::traced("raid_EnclosureGetEnclosureNumber",
-                       {sim::CallValue(enclosure, sizeof *enclosure), sim::CallValue(controller, sizeof *controller),
-                        sim::CallValue(connectors, sizeof *connectors), sim::CallValue(enclosures, sizeof *enclosures)},
-                       number);
+    return sim::numberCall(
+        "raid_EnclosureGetEnclosureNumber",
+        {sim::CallValue(enclosure, sizeof *enclosure), sim::CallValue(controller, sizeof *controller),
+         sim::CallValue(connectors, sizeof *connectors), sim::CallValue(enclosures, sizeof *enclosures)},
+        0, number);
 }
 
 const char* raid_GetEnclosureTypeString(int modelCode) {
-    return sim::traced("raid_GetEnclosureTypeString", {modelCode},
-                       sim::codeText(ENCLOSURE_TYPES, static_cast<uint32_t>(modelCode), "Unknown"));
+    return sim::textCall("raid_GetEnclosureTypeString", {modelCode},
+                         sim::codeText(ENCLOSURE_TYPES, static_cast<uint32_t>(modelCode), "Unknown"));
 }
 
 int raid_IsDiagnosticPageValid(uint32_t ctrlId, uint16_t deviceId, uint8_t page) {
     const std::shared_ptr<const sim::Device> device = sim::findDevice(ctrlId, deviceId);
-    return sim::traced("raid_IsDiagnosticPageValid", {ctrlId, deviceId, page},
-                       device != nullptr && device->pages.contains(page) ? 1 : 0);
+    return sim::numberCall("raid_IsDiagnosticPageValid", {ctrlId, deviceId, page}, 0,
+                           device != nullptr && device->pages.contains(page) ? 1 : 0);
 }
 
 int raid_ReceiveDiagnosticResults(uint32_t ctrlId, uint16_t deviceId, uint8_t page, void* buffer, uint32_t length) {
-    const std::shared_ptr<const sim::Device> device = sim::findDevice(ctrlId, deviceId);
-    const sim::Bytes* content = nullptr;
-    if (device != nullptr) {
-        const auto entry = device->pages.find(page);
-        if (entry != device->pages.end() && entry->second) content = &*entry->second;
-    }
-    const auto [status, copied] = sim::readInto(content, buffer, length);
-    return sim::traced("raid_ReceiveDiagnosticResults", {ctrlId, deviceId, page, length}, status,
-                       {status == sim::RAID_OK ? buffer : nullptr, copied});
+    return sim::call("raid_ReceiveDiagnosticResults", {ctrlId, deviceId, page, length}, sim::RAID_NOT_AVAILABLE, [&] {
+        const std::shared_ptr<const sim::Device> device = sim::findDevice(ctrlId, deviceId);
+        const sim::Bytes* content = nullptr;
+        if (device != nullptr) {
+            const auto entry = device->pages.find(page);
+            if (entry != device->pages.end() && entry->second) content = &*entry->second;
+        }
+        return sim::readInto(content, "page", buffer, length);
+    });
 }
 
 int raid_SkipKP23Descriptors(const void* page, uint32_t length, int offset, uint32_t count) {
     const int next = page != nullptr && offset >= 0 ? skipElementType(static_cast<const uint8_t*>(page), length,
                                                                       static_cast<uint32_t>(offset), count)
                                                     : PAGE_ENDS;
-    return sim::traced("raid_SkipKP23Descriptors", {sim::CallValue(page, length), length, offset, count}, next);
+    return sim::numberCall("raid_SkipKP23Descriptors", {sim::CallValue(page, length), length, offset, count}, PAGE_ENDS,
+                           next);
 }
 
 int raid_GetEnclosureTemperatureThreshold(uint32_t ctrlId, uint16_t deviceId, uint32_t sensor,
                                           const SL_ENCL_STATUS_T* status, SL_TEMP_THRESHOLD_T* thresholds) {
-    const std::shared_ptr<const sim::Device> device = sim::findDevice(ctrlId, deviceId);
-    int result = sim::RAID_NOT_AVAILABLE;
-    if (thresholds == nullptr) {
-        result = sim::RAID_BAD_ARGUMENT;
-    } else if (device != nullptr && sensor < device->thresholds.size() && device->thresholds[sensor]) {
+    const auto answer = [&] {
+        const std::shared_ptr<const sim::Device> device = sim::findDevice(ctrlId, deviceId);
+        if (thresholds == nullptr) return sim::Answer<int>{sim::RAID_BAD_ARGUMENT};
+        if (device == nullptr || sensor >= device->thresholds.size() || !device->thresholds[sensor])
+            return sim::Answer<int>{sim::RAID_NOT_AVAILABLE};
         memcpy(reinterpret_cast<uint8_t*>(thresholds) + offsetof(SL_TEMP_THRESHOLD_T, value),
                device->thresholds[sensor]->data(), sizeof thresholds->value);
-        result = sim::RAID_OK;
-    }
-    return sim::traced("raid_GetEnclosureTemperatureThreshold",
-                       {ctrlId, deviceId, sensor, sim::CallValue(status, sizeof *status)}, result,
-                       {result == sim::RAID_OK ? thresholds : nullptr, sizeof *thresholds});
+        return sim::Answer<int>{sim::RAID_OK, {thresholds, sizeof *thresholds}};
+    };
+    return sim::call("raid_GetEnclosureTemperatureThreshold",
+                     {ctrlId, deviceId, sensor, sim::CallValue(status, sizeof *status)}, sim::RAID_NOT_AVAILABLE,
+                     answer);
 }

@@ -2,7 +2,7 @@
 
 #include "platform/storelib.h"
 
-#include "simulator/machine/callLog.h"
+#include "simulator/machine/call.h"
 #include "simulator/raid/codeText.h"
 #include "simulator/raid/reads.h"
 
@@ -45,52 +45,53 @@ const char* raidLevel(uint8_t primaryLevel, uint8_t spanDepth, uint8_t drivesPer
 } // namespace
 
 int raid_LogicalDriveGetInfo(uint32_t ctrlId, uint8_t targetId, MR_LD_INFO* info) {
-    const auto [status, copied] = sim::readLogicalDriveRecord(ctrlId, targetId, "MR_LD_INFO", info, sizeof *info);
-    return sim::traced("raid_LogicalDriveGetInfo", {ctrlId, targetId}, status,
-                       {status == sim::RAID_OK ? info : nullptr, copied});
+    return sim::call("raid_LogicalDriveGetInfo", {ctrlId, targetId}, sim::RAID_NOT_AVAILABLE,
+                     [&] { return sim::readLogicalDriveRecord(ctrlId, targetId, "MR_LD_INFO", info, sizeof *info); });
 }
 
 int raid_LogicalDriveGetProgress(uint32_t ctrlId, uint8_t targetId, MR_LD_PROGRESS* progress, uint32_t* secondWord) {
-    const auto [status, copied] =
-        sim::readLogicalDriveRecord(ctrlId, targetId, "MR_LD_PROGRESS", progress, sizeof *progress);
-    if (status == sim::RAID_OK && secondWord != nullptr) *secondWord = 0;
-    return sim::traced("raid_LogicalDriveGetProgress", {ctrlId, targetId}, status,
-                       {status == sim::RAID_OK ? progress : nullptr, copied});
+    return sim::call("raid_LogicalDriveGetProgress", {ctrlId, targetId}, sim::RAID_NOT_AVAILABLE, [&] {
+        const sim::Answer<int> answer =
+            sim::readLogicalDriveRecord(ctrlId, targetId, "MR_LD_PROGRESS", progress, sizeof *progress);
+        if (answer.result == sim::RAID_OK && secondWord != nullptr) *secondWord = 0;
+        return answer;
+    });
 }
 
 const char* raid_GetRaidLevel(uint8_t primaryRaidLevel, uint8_t spanDepth, uint8_t drivesPerSpan) {
-    return sim::traced("raid_GetRaidLevel", {primaryRaidLevel, spanDepth, drivesPerSpan},
-                       raidLevel(primaryRaidLevel, spanDepth, drivesPerSpan));
+    return sim::textCall("raid_GetRaidLevel", {primaryRaidLevel, spanDepth, drivesPerSpan},
+                         raidLevel(primaryRaidLevel, spanDepth, drivesPerSpan));
 }
 
 const char* raid_GetStripeSize(uint8_t stripeSize) {
-    return sim::traced("raid_GetStripeSize", {stripeSize}, sim::codeText(STRIPE_SIZES, stripeSize, "Unknown"));
+    return sim::textCall("raid_GetStripeSize", {stripeSize}, sim::codeText(STRIPE_SIZES, stripeSize, "Unknown"));
 }
 
 const char* raid_GetLogicalDriveCacheWritePolicy(uint8_t policy) {
-    return sim::traced("raid_GetLogicalDriveCacheWritePolicy", {policy},
-                       sim::codeText(WRITE_POLICIES, writePolicy(policy), "Unknown"));
+    return sim::textCall("raid_GetLogicalDriveCacheWritePolicy", {policy},
+                         sim::codeText(WRITE_POLICIES, writePolicy(policy), "Unknown"));
 }
 
 const char* raid_GetLogicalDriveCacheReadPolicy(uint8_t policy) {
-    return sim::traced("raid_GetLogicalDriveCacheReadPolicy", {policy},
-                       sim::codeText(READ_POLICIES, readPolicy(policy), "Unknown"));
+    return sim::textCall("raid_GetLogicalDriveCacheReadPolicy", {policy},
+                         sim::codeText(READ_POLICIES, readPolicy(policy), "Unknown"));
 }
 
 const char* raid_GetLogicalDriveCacheIoPolicy(uint8_t policy) {
-    return sim::traced("raid_GetLogicalDriveCacheIoPolicy", {policy},
-                       sim::codeText(IO_POLICIES, ioPolicy(policy), "Unknown"));
+    return sim::textCall("raid_GetLogicalDriveCacheIoPolicy", {policy},
+                         sim::codeText(IO_POLICIES, ioPolicy(policy), "Unknown"));
 }
 
 const char* raid_GetLogicalDriveAccessPolicy(uint8_t policy) {
-    return sim::traced("raid_GetLogicalDriveAccessPolicy", {policy}, sim::codeText(ACCESS_POLICIES, policy, "Unknown"));
+    return sim::textCall("raid_GetLogicalDriveAccessPolicy", {policy},
+                         sim::codeText(ACCESS_POLICIES, policy, "Unknown"));
 }
 
 const char* raid_GetPhysicalDriveCachePolicy(uint8_t policy) {
-    return sim::traced("raid_GetPhysicalDriveCachePolicy", {policy},
-                       sim::codeText(DISK_CACHE_POLICIES, policy, "Unknown"));
+    return sim::textCall("raid_GetPhysicalDriveCachePolicy", {policy},
+                         sim::codeText(DISK_CACHE_POLICIES, policy, "Unknown"));
 }
 
 const char* raid_GetLogicalDriveState(uint8_t state) {
-    return sim::traced("raid_GetLogicalDriveState", {state}, sim::codeText(STATES, state, "Unknown"));
+    return sim::textCall("raid_GetLogicalDriveState", {state}, sim::codeText(STATES, state, "Unknown"));
 }

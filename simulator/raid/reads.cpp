@@ -7,31 +7,31 @@ const Bytes* findRecord(const Records& records, std::string_view name) {
     return record != records.end() ? &record->second : nullptr;
 }
 
-ReadResult readInto(const Bytes* record, void* buffer, size_t length) {
-    if (buffer == nullptr) return {RAID_BAD_ARGUMENT, 0};
-    if (record == nullptr) return {RAID_NOT_AVAILABLE, 0};
-    return {RAID_OK, copyRecord(*record, buffer, length)};
+Answer<int> readInto(const Bytes* record, std::string_view name, void* buffer, size_t length) {
+    if (buffer == nullptr) return {RAID_BAD_ARGUMENT};
+    if (record == nullptr) return {RAID_NOT_AVAILABLE};
+    return {RAID_OK, {buffer, copyRecord(*record, buffer, length), name}};
 }
 
-ReadResult readControllerRecord(uint32_t ctrlId, std::string_view name, void* buffer, size_t length) {
+Answer<int> readControllerRecord(uint32_t ctrlId, std::string_view name, void* buffer, size_t length) {
     const std::shared_ptr<const Controller> controller = findController(ctrlId);
-    return readInto(controller != nullptr ? findRecord(controller->records, name) : nullptr, buffer, length);
+    return readInto(controller != nullptr ? findRecord(controller->records, name) : nullptr, name, buffer, length);
 }
 
-ReadResult readDeviceRecord(uint32_t ctrlId, uint16_t deviceId, std::string_view name, void* buffer, size_t length) {
+Answer<int> readDeviceRecord(uint32_t ctrlId, uint16_t deviceId, std::string_view name, void* buffer, size_t length) {
     const std::shared_ptr<const Device> device = findDevice(ctrlId, deviceId);
-    return readInto(device != nullptr ? findRecord(device->records, name) : nullptr, buffer, length);
+    return readInto(device != nullptr ? findRecord(device->records, name) : nullptr, name, buffer, length);
 }
 
-ReadResult readLogicalDriveRecord(uint32_t ctrlId, uint8_t targetId, std::string_view name, void* buffer,
-                                  size_t length) {
+Answer<int> readLogicalDriveRecord(uint32_t ctrlId, uint8_t targetId, std::string_view name, void* buffer,
+                                   size_t length) {
     const std::shared_ptr<const Controller> controller = findController(ctrlId);
     const Bytes* record = nullptr;
     if (controller != nullptr) {
         const auto drive = controller->logicalDrives.find(targetId);
         if (drive != controller->logicalDrives.end()) record = findRecord(drive->second, name);
     }
-    return readInto(record, buffer, length);
+    return readInto(record, name, buffer, length);
 }
 
 std::shared_ptr<const Device> findDevice(uint32_t ctrlId, uint16_t deviceId) {

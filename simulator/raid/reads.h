@@ -2,6 +2,7 @@
 
 // Reading a record of the described machine into a caller's buffer.
 
+#include "simulator/machine/call.h"
 #include "simulator/machine/machine.h"
 
 #include <cstdint>
@@ -16,19 +17,15 @@ constexpr int RAID_NOT_AVAILABLE = 1;
 constexpr int RAID_BAD_ARGUMENT = 2;
 constexpr int RAID_NOT_SUPPORTED = 3;
 
-struct ReadResult {
-    int status = RAID_NOT_AVAILABLE;
-    size_t copied = 0;
-};
-
 // The record, or NULL; valid as long as what it lies in.
 const Bytes* findRecord(const Records& records, std::string_view name);
 
-ReadResult readInto(const Bytes* record, void* buffer, size_t length);
-ReadResult readControllerRecord(uint32_t ctrlId, std::string_view name, void* buffer, size_t length);
-ReadResult readDeviceRecord(uint32_t ctrlId, uint16_t deviceId, std::string_view name, void* buffer, size_t length);
-ReadResult readLogicalDriveRecord(uint32_t ctrlId, uint8_t targetId, std::string_view name, void* buffer,
-                                  size_t length);
+// What a read answers; `name` is that of the record.
+Answer<int> readInto(const Bytes* record, std::string_view name, void* buffer, size_t length);
+Answer<int> readControllerRecord(uint32_t ctrlId, std::string_view name, void* buffer, size_t length);
+Answer<int> readDeviceRecord(uint32_t ctrlId, uint16_t deviceId, std::string_view name, void* buffer, size_t length);
+Answer<int> readLogicalDriveRecord(uint32_t ctrlId, uint8_t targetId, std::string_view name, void* buffer,
+                                   size_t length);
 
 // NULL: unknown. Keeps its controller alive.
 std::shared_ptr<const Device> findDevice(uint32_t ctrlId, uint16_t deviceId);

@@ -1,0 +1,304 @@
+#include "simulator/machine/faults.h"
+
+#include "platform/storelibDriveRecords.h"
+#include "platform/storelibRecords.h"
+#include "simulator/machine/clock.h"
+#include "simulator/machine/root.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <fcntl.h>
+#include <iterator>
+#include <limits>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace sim {
+namespace {
+
+constexpr unsigned SLOW_SECONDS = 3;
+constexpr unsigned HANG_SECONDS = 1U << 30; // a piece of eternity
+
+constexpr LibraryCall LIBRARY_CALLS[] = {
+    {"raid_GetControllerList", 0},
+    {"raid_ReadControllerInfoRaw", 1},
+    {"raid_ControllerGetOperation", 1},
+    {"raid_GetControllerNumber", 1},
+    {"raid_ControllerGetBatteryStatus", 1},
+    {"raid_ControllerGetVirtualDiskStatus", 1},
+    {"ZEBRAID_DirectLibCommand", 1},
+    {"raid_GetErrorStatus", 0},
+    {"raid_GetPCIVendorName", 0},
+    {"raid_GetPatrolReadState", 0},
+    {"raid_GetBatteryType", 0},
+    {"raid_GetBatteryState", 0},
+    {"raid_GetBatteryAutoLearnMode", 0},
+    {"raid_GetControllerPDList", 1},
+    {"raid_GetSasConnectors", 1},
+    {"raid_GetEnclosureList", 1},
+    {"raid_PhysicalDeviceGetInfo", 2},
+    {"raid_FirePDSATAPassthru_Identify", 2},
+    {"raid_PhysicalDeviceGetPortNumber", 0},
+    {"raid_PhysicalDriveGetEnclosureNumber", 0},
+    {"raid_PhysicalDriveGetSasRotationalSpeed", 2},
+    {"raid_PhysicalDriveGetAtaRotationalSpeed", 2},
+    {"raid_PhysicalGetDriveTemperature", 2},
+    {"raid_GetDeviceInterfaceType", 0},
+    {"raid_GetHddFirmwareState", 0},
+    {"raid_GetHddPowerState", 0},
+    {"raid_LogicalDriveGetInfo", 2},
+    {"raid_LogicalDriveGetProgress", 2},
+    {"raid_GetRaidLevel", 0},
+    {"raid_GetStripeSize", 0},
+    {"raid_GetLogicalDriveCacheWritePolicy", 0},
+    {"raid_GetLogicalDriveCacheReadPolicy", 0},
+    {"raid_GetLogicalDriveCacheIoPolicy", 0},
+    {"raid_GetLogicalDriveAccessPolicy", 0},
+    {"raid_GetPhysicalDriveCachePolicy", 0},
+    {"raid_GetLogicalDriveState", 0},
+    {"raid_GetEnclosureStatusFunc", 2},
+    {"raid_GetEnclosureStatus", 0},
+    {"raid_EnclosureGetEnclosureNumber", 0},
+    {"raid_GetEnclosureTypeString", 0},
+    {"raid_IsDiagnosticPageValid", 2},
+    {"raid_ReceiveDiagnosticResults", 2},
+    {"raid_SkipKP23Descriptors", 0},
+    {"raid_GetEnclosureFanName", 0},
+    {"raid_GetEnclosureFanLocation", 0},
+    {"raid_GetEnclosureFanSpeedString", 0},
+    {"raid_GetEnclosureFanStatusString", 0},
+    {"raid_GetEnclosurePowerSupplyStatusString", 0},
+    {"raid_GetEnclosureSensorLocation", 0},
+    {"raid_GetEnclosureTemperatureThreshold", 2},
+    {"raid_GetEnclosureTempStatusString", 0},
+    {"raid_GetEnclosureTemperature", 0},
+    {"raid_StrncpyTrim", 0},
+    {"raid_swapBytes", 0},
+    {"LCMconfigSpaceRead", 0},
+    {"LCMconfigSpaceWrite", 0},
+    {"LCMParam_update", 0},
+    {"LCMParamDb_destroyParameterTable", 0},
+    {"LCMipmiSendCmdC", 0},
+    {"OpenDQMIConnection", 0},
+    {"OpenDQMItransaction", 0},
+    {"ReadReceivedDQMImessage", 0},
+    {"CSM_Init", 0},
+    {"updateSystemStatus", 0},
+    {"ProcMonitorRegister", 0},
+    {"ProcMonitorRegisterExt", 0},
+    {"ProcMonitorDeRegister", 0},
+    {"ipmiCreateLocalSession", 0},
+    {"ipmiCloseLocalSession", 0},
+    {"ipmiSendCmd", 0},
+    {"LIBIPMI_HL_AMIGetSNMPConf", 0},
+    {"LIBIPMI_HL_AMISetSNMPConf", 0},
+    {"etcGetDate", 0},
+    {"etcGetDateAndTime", 0},
+    {"etcGetDefaultLanChannelNumber", 0},
+};
+
+// Where records say how many of something they or others hold.
+struct CountField {
+    std::string_view record;
+    size_t offset;
+    size_t size;
+};
+#define COUNT(type, member)                                                                                            \
+    { #type, offsetof(type, member), sizeof(type::member) }
+constexpr CountField COUNT_FIELDS[] = {
+    COUNT(SL_CTRL_LIST_T, count),
+    COUNT(MR_CTRL_INFO, devicePortCount),
+    COUNT(MR_CTRL_INFO, imageComponentCount),
+    COUNT(MR_CTRL_INFO, ldPresentCount),
+    COUNT(MR_CTRL_INFO, pdPresentCount),
+    COUNT(MR_PD_LIST, size),
+    COUNT(MR_PD_LIST, count),
+    COUNT(MR_SAS_CONNECTORS, count),
+    COUNT(MR_ENCL_LIST, count),
+    COUNT(MR_CONFIG_DATA, logDrvCount),
+    COUNT(MR_PD_INFO, pathCount),
+    COUNT(SL_ENCL_STATUS_T, slotCount),
+    COUNT(SL_ENCL_STATUS_T, psuCount),
+    COUNT(SL_ENCL_STATUS_T, fanCount),
+    COUNT(SL_ENCL_STATUS_T, sensorCount),
+    COUNT(SL_ENCL_STATUS_T, alarmCount),
+    {"SL_PD_IN_LD_T", 0, 4},
+    {"LDS_OF_PD", 0, 4},
+    {"page", 2, 2}, // the length of what follows
+};
+
+// A text that stays as long as the process, one for equal texts.
+const char* keep(std::string text) {
+    static std::mutex& mutex = *new std::mutex; // outlives exit handlers
+    static std::set<std::string>& kept = *new std::set<std::string>;
+    const std::lock_guard lock(mutex);
+    return kept.insert(std::move(text)).first->c_str();
+}
+
+// The same number gives the same byte for each index, in every run.
+uint8_t garbageByte(uint64_t number, size_t index) {
+    uint64_t mixed = (number << 20 ^ index) * 0x9E3779B97F4A7C15;
+    mixed = (mixed ^ mixed >> 31) * 0xBF58476D1CE4E5B9;
+    return static_cast<uint8_t>(mixed >> 56);
+}
+
+// Never NUL, never longer than a value's text may be.
+std::string garbageText(uint64_t number) {
+    constexpr uint64_t texts = 64; // they are kept
+    constexpr size_t longest = 300;
+    number %= texts;
+    std::string text(1 + garbageByte(number, 0) * longest / UINT8_MAX, '\0');
+    for (size_t i = 0; i < text.size(); ++i) text[i] = static_cast<char>(garbageByte(number, i + 1) | 1);
+    return text;
+}
+
+// The number of calls as a line of fixed length in memory that is the file's.
+class CountFile {
+  public:
+    CountFile() {
+        const std::string path = simulatorFile("count");
+        unlink(path.c_str()); // of an earlier process, which may still count in it
+        const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+        if (descriptor < 0) return;
+        if (ftruncate(descriptor, sizeof(Line)) == 0) {
+            void* memory = mmap(nullptr, sizeof(Line), PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
+            if (memory != MAP_FAILED) line_ = static_cast<Line*>(memory);
+        }
+        close(descriptor);
+    }
+
+    void show(uint64_t count) {
+        if (line_ == nullptr) return;
+        Line line;
+        memset(line.digits, ' ', sizeof line.digits);
+        for (size_t i = sizeof line.digits; i > 0 && count > 0; count /= 10)
+            line.digits[--i] = static_cast<char>('0' + count % 10);
+        *line_ = line;
+    }
+
+  private:
+    struct Line {
+        char digits[15];
+        char end = '\n';
+    };
+    Line* line_ = nullptr;
+};
+
+// What has happened so far: calls of all, and those that fitted each rule of the machine in force.
+class CallCounter {
+  public:
+    Fault next(std::string_view name, std::span<const CallValue> arguments) {
+        const NotCancelled guard;
+        const std::shared_ptr<const Machine> machine = currentMachine();
+        const std::lock_guard lock(mutex_);
+        file_.show(++count_);
+        if (machine != machine_) {
+            machine_ = machine;
+            fitted_.assign(machine->faults.size(), 0);
+        }
+        FaultKind kind = FaultKind::None;
+        for (size_t i = 0; i < fitted_.size(); ++i)
+            if (applies(machine->faults[i], fitted_[i], name, arguments) && kind == FaultKind::None)
+                kind = machine->faults[i].kind;
+        return {kind, count_};
+    }
+
+  private:
+    bool applies(const FaultRule& rule, uint64_t& fitted, std::string_view name,
+                 std::span<const CallValue> arguments) const {
+        if (!fits(rule, name, arguments)) return false;
+        const uint64_t number = rule.call.empty() ? count_ : ++fitted;
+        return number >= rule.nth && (!rule.times || number - rule.nth < *rule.times);
+    }
+
+    static bool fits(const FaultRule& rule, std::string_view name, std::span<const CallValue> arguments) {
+        if (!rule.call.empty() && rule.call != name) return false;
+        if (!rule.controller && !rule.device) return true;
+        const LibraryCall* call = findLibraryCall(name);
+        const size_t identifiers = call != nullptr ? call->identifiers : 0;
+        const auto isAt = [&](size_t index, const std::optional<uint32_t>& wanted) {
+            return !wanted || (index < identifiers && arguments[index].number() == *wanted);
+        };
+        return isAt(0, rule.controller) && isAt(1, rule.device);
+    }
+
+    std::mutex mutex_;
+    CountFile file_;
+    uint64_t count_ = 0;
+    std::shared_ptr<const Machine> machine_;
+    std::vector<uint64_t> fitted_;
+};
+
+} // namespace
+
+const LibraryCall* findLibraryCall(std::string_view name) {
+    const auto* found = std::find_if(std::begin(LIBRARY_CALLS), std::end(LIBRARY_CALLS),
+                                     [&](const LibraryCall& call) { return call.name == name; });
+    return found != std::end(LIBRARY_CALLS) ? found : nullptr;
+}
+
+void Fault::wait() const {
+    if (kind_ == FaultKind::Slow)
+        for (unsigned left = SLOW_SECONDS; left > 0;) left = clockSleep(left);
+    while (kind_ == FaultKind::Hang) clockSleep(HANG_SECONDS);
+}
+
+void Fault::spoil(void* data, size_t size, std::string_view record) const {
+    auto* bytes = static_cast<uint8_t*>(data);
+    if (kind_ == FaultKind::Error || kind_ == FaultKind::Empty) std::fill_n(bytes, size, uint8_t{0});
+    if (kind_ == FaultKind::Short) std::fill(bytes + size / 2, bytes + size, uint8_t{0});
+    if (kind_ == FaultKind::Garbage)
+        for (size_t i = 0; i < size; ++i) bytes[i] = garbageByte(callNumber_, i);
+    if (kind_ != FaultKind::Counts) return;
+    for (const CountField& field : COUNT_FIELDS)
+        if (field.record == record && field.offset + field.size <= size)
+            std::fill_n(bytes + field.offset, field.size, uint8_t{0xFF});
+}
+
+uint32_t Fault::spoiledLength(uint32_t length) const {
+    if (kind_ == FaultKind::Empty) return 0;
+    if (kind_ == FaultKind::Short) return length / 2;
+    return kind_ == FaultKind::Counts ? std::numeric_limits<uint32_t>::max() : length;
+}
+
+int Fault::spoiledNumber(int number) const {
+    switch (kind_) {
+    case FaultKind::Empty: return 0;
+    case FaultKind::Short: return number & 0xFF;
+    case FaultKind::Counts: return std::numeric_limits<int>::max();
+    case FaultKind::Garbage: spoil(&number, sizeof number); return number;
+    default: return number;
+    }
+}
+
+const char* Fault::spoiledText(const char* text) const {
+    constexpr size_t longest = 4096;
+    try {
+        switch (kind_) {
+        case FaultKind::Empty: return "";
+        case FaultKind::Short: return keep(std::string(text, strlen(text) / 2));
+        case FaultKind::Counts: return keep(std::string(longest, 'x'));
+        case FaultKind::Garbage: return keep(garbageText(callNumber_));
+        default: return text;
+        }
+    } catch (const std::exception&) { // no memory
+        return text;
+    }
+}
+
+Fault beginCall(std::string_view name, std::span<const CallValue> arguments) {
+    if (getenv("BMC_ROOT") == nullptr) return {};   // no machine: there are functions that need none
+    static CallCounter& counter = *new CallCounter; // outlives exit handlers
+    const Fault fault = counter.next(name, arguments);
+    fault.wait();
+    return fault;
+}
+
+} // namespace sim

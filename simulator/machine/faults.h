@@ -1,0 +1,52 @@
+#pragma once
+
+// Faults of the libraries, as a machine file tells them: which call goes wrong, and how.
+
+#include "simulator/machine/callLog.h"
+#include "simulator/machine/machine.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+namespace sim {
+
+// A function of the libraries; how many of its first arguments say whom it asks: the controller's id, then the
+// device's or the logical drive's.
+struct LibraryCall {
+    std::string_view name;
+    size_t identifiers;
+};
+const LibraryCall* findLibraryCall(std::string_view name); // NULL: there is none of this name
+
+// The fault of one call; of most there is none, and nothing below then changes anything.
+class Fault {
+  public:
+    Fault() = default;
+    Fault(FaultKind kind, uint64_t callNumber) : kind_(kind), callNumber_(callNumber) {}
+
+    void wait() const; // a slow call returns from here late, one that hangs never
+
+    // The call does nothing and says that it failed.
+    bool fails() const { return kind_ == FaultKind::Error; }
+    bool empties() const { return kind_ == FaultKind::Empty; }
+
+    // Bytes that are handed out; `record` says where counts lie in them.
+    void spoil(void* data, size_t size, std::string_view record = {}) const;
+    // The length that goes with such bytes.
+    uint32_t spoiledLength(uint32_t length) const;
+
+    // Results: a number that means something, a text; a status stays as it is.
+    int spoiledNumber(int number) const;
+    const char* spoiledText(const char* text) const; // lives as long as the process
+
+  private:
+    FaultKind kind_ = FaultKind::None;
+    uint64_t callNumber_ = 0; // of all calls, the seed of garbage
+};
+
+// Counts the call, in the file simulator/count as well, finds its fault, and waits as that says.
+Fault beginCall(std::string_view name, std::span<const CallValue> arguments);
+
+} // namespace sim
