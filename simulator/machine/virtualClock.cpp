@@ -52,10 +52,12 @@ class Unlocked {
 thread_local void* threadSleeper = nullptr;
 thread_local const void* threadClock = nullptr;
 
-std::string readShortFile(const std::string& path) {
+// The identity is that of the very file that the text is from: another may take its place at any time.
+std::string readShortFile(const std::string& path, FileIdentity& identity) {
     char text[64];
     const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (descriptor < 0) return {};
+    if (struct stat status = {}; fstat(descriptor, &status) == 0) identity = identityOf(status);
     const ssize_t length = read(descriptor, text, sizeof text);
     close(descriptor);
     return {text, length > 0 ? static_cast<size_t>(length) : 0};
@@ -209,8 +211,8 @@ void VirtualClock::goOn() {
 
 void VirtualClock::readLimitFile() {
     // By its text as well: a second writing within one tick of the file system's clock leaves no other trace.
-    const FileIdentity identity = identityOf(limitFile_);
-    std::string text = readShortFile(limitFile_);
+    FileIdentity identity;
+    std::string text = readShortFile(limitFile_, identity);
     if (identity == limitIdentity_ && text == limitText_) return;
     limitIdentity_ = identity;
     limitText_ = std::move(text);
