@@ -60,7 +60,15 @@ struct Chunk {
 struct NameHead {
     uint32_t hash;
     uint32_t length;
+    const char* next; // the name that was asked for after this one, the last time; NULL: none
 };
+
+inline NameHead& headOf(const char* name) {
+    return reinterpret_cast<NameHead*>(const_cast<char*>(name))[-1];
+}
+inline size_t lengthOfName(const char* name) {
+    return headOf(name).length;
+}
 
 struct Document {
     XMLDoc visible;
@@ -75,6 +83,7 @@ struct Document {
     size_t nameSlots;
     size_t nameCount;
     uint64_t nameKey;
+    const char* lastName; // that was asked for
 };
 
 inline ElementPart* partAbove(const XMLNode* text) {

@@ -12,10 +12,6 @@ namespace {
 
 constexpr size_t FIRST_SLOTS = 64;
 
-const NameHead& headOf(const char* name) {
-    return reinterpret_cast<const NameHead*>(name)[-1];
-}
-
 uint32_t hashOf(const Document& document, const char* text, size_t length) {
     constexpr uint64_t FACTOR = 0x9E3779B97F4A7C15U;
     const uint64_t factor = (FACTOR ^ document.nameKey) | 1;
@@ -75,6 +71,23 @@ bool isName(const char* text, size_t length) {
            isCleanText(text);
 }
 
+// The document's own copy, made when there is none yet.
+const char* searchName(Document& document, const char* text) {
+    if (2 * document.nameCount >= document.nameSlots && !growNames(document)) return nullptr;
+    const size_t length = strlen(text);
+    const uint32_t hash = hashOf(document, text, length);
+    const char** slot = slotOf(document, text, length, hash);
+    if (*slot || !isName(text, length)) return *slot;
+    void* memory = allocate(document, sizeof(NameHead) + length + 1);
+    if (!memory) return nullptr;
+    auto* head = new (memory) NameHead{hash, static_cast<uint32_t>(length), nullptr};
+    char* name = reinterpret_cast<char*>(head + 1);
+    memcpy(name, text, length + 1);
+    *slot = name;
+    ++document.nameCount;
+    return name;
+}
+
 } // namespace
 
 const char* findName(const Document& document, const char* text) {
@@ -85,19 +98,13 @@ const char* findName(const Document& document, const char* text) {
 
 const char* internName(Document& document, const char* text) {
     if (!text) return nullptr;
-    if (2 * document.nameCount >= document.nameSlots && !growNames(document)) return nullptr;
-    const size_t length = strlen(text);
-    const uint32_t hash = hashOf(document, text, length);
-    const char** slot = slotOf(document, text, length, hash);
-    if (*slot || !isName(text, length)) return *slot;
-    void* memory = allocate(document, sizeof(NameHead) + length + 1);
-    if (!memory) return nullptr;
-    auto* head = new (memory) NameHead{hash, static_cast<uint32_t>(length)};
-    char* name = reinterpret_cast<char*>(head + 1);
-    memcpy(name, text, length + 1);
-    *slot = name;
-    ++document.nameCount;
-    return name;
+    // Trees repeat themselves: what followed this name the last time mostly follows it again.
+    const char* expected = document.lastName ? headOf(document.lastName).next : nullptr;
+    if (expected && strcmp(expected, text) == 0) return document.lastName = expected;
+    const char* name = searchName(document, text);
+    if (!name) return nullptr;
+    if (document.lastName) headOf(document.lastName).next = name;
+    return document.lastName = name;
 }
 
 } // namespace xmlParser

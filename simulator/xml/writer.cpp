@@ -55,6 +55,10 @@ void put(Writer& writer, const char (&literal)[SIZE]) {
     put(writer, literal, SIZE - 1);
 }
 
+void putName(Writer& writer, const char* name) {
+    put(writer, name, lengthOfName(name));
+}
+
 void putIndent(Writer& writer) {
     if (char* out = extend(writer, INDENT * writer.depth)) memset(out, ' ', INDENT * writer.depth);
 }
@@ -83,11 +87,18 @@ void putReference(Writer& writer, char character) {
     }
 }
 
+// How many characters stand as they are before the text ends or one of them needs a reference.
+size_t plainLength(const char* text, unsigned char mask) {
+    size_t length = 0;
+    while (!(stops[static_cast<unsigned char>(text[length])] & mask)) ++length;
+    return length;
+}
+
 void putEscaped(Writer& writer, const char* text, unsigned char mask) {
     for (;; ++text) {
-        const char* run = text;
-        while (!(stops[static_cast<unsigned char>(*text)] & mask)) ++text;
-        put(writer, run, static_cast<size_t>(text - run));
+        const size_t length = plainLength(text, mask);
+        put(writer, text, length);
+        text += length;
         if (!*text) return;
         putReference(writer, *text);
     }
@@ -95,11 +106,11 @@ void putEscaped(Writer& writer, const char* text, unsigned char mask) {
 
 void putStartTag(Writer& writer, const XMLNode* element) {
     put(writer, "<");
-    put(writer, element->nodeName, strlen(element->nodeName));
+    putName(writer, element->nodeName);
     const ElementPart* part = partOf(element);
     for (const Attribute* attribute = part ? part->attributes : nullptr; attribute; attribute = attribute->next) {
         put(writer, " ");
-        put(writer, attribute->name, strlen(attribute->name));
+        putName(writer, attribute->name);
         put(writer, "=\"");
         putEscaped(writer, attribute->value, STOPS | STOPS_IN_ATTRIBUTE);
         put(writer, "\"");
@@ -141,22 +152,51 @@ void endNode(Writer& writer, const XMLNode* node) {
     if (node->nodeType != XML_ELEMENT_NODE) return;
     if (!writer.inlined) putIndent(writer);
     put(writer, "</");
-    put(writer, node->nodeName, strlen(node->nodeName));
+    putName(writer, node->nodeName);
     put(writer, ">");
     if (writer.inlined == node) writer.inlined = nullptr;
     if (!writer.inlined) put(writer, "\n");
 }
 
+// What most of a tree is: an element on a line of its own with a text that needs no reference. One look at the text,
+// one claim for the line. False: it is something else, nothing is written.
+bool putLeafLine(Writer& writer, const XMLNode* node) {
+    if (node->documentKey != KEY_LEAF || writer.inlined) return false;
+    const char* text = node->firstChild->nodeValue;
+    const size_t textLength = plainLength(text, STOPS);
+    if (text[textLength]) return false;
+    const size_t nameLength = lengthOfName(node->nodeName);
+    const size_t indent = INDENT * writer.depth;
+    char* out = extend(writer, indent + 2 * nameLength + textLength + strlen("<></>\n"));
+    if (!out) return true;
+    const auto append = [&out](const char* characters, size_t length) {
+        memcpy(out, characters, length);
+        out += length;
+    };
+    memset(out, ' ', indent);
+    out += indent;
+    *out++ = '<';
+    append(node->nodeName, nameLength);
+    *out++ = '>';
+    append(text, textLength);
+    append("</", 2);
+    append(node->nodeName, nameLength);
+    append(">\n", 2);
+    return true;
+}
+
 // Without recursion: a document may be deeper than the stack.
 void putTree(Writer& writer, const XMLNode* root) {
     for (const XMLNode* node = root;;) {
-        beginNode(writer, node);
-        if (node->firstChild) {
-            ++writer.depth;
-            node = node->firstChild;
-            continue;
+        if (!putLeafLine(writer, node)) {
+            beginNode(writer, node);
+            if (node->firstChild) {
+                ++writer.depth;
+                node = node->firstChild;
+                continue;
+            }
+            endNode(writer, node);
         }
-        endNode(writer, node);
         while (node != root && !node->nextSibling) {
             node = parentOf(node);
             --writer.depth;

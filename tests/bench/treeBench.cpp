@@ -130,7 +130,8 @@ int main(int argc, char* argv[]) {
     directory.push_back('\0');
     if (mkdtemp(directory.data()) == nullptr) return 1;
     setRoot(directory.data());
-    for (const char* folder : {"/var", "/tmp"}) std::filesystem::create_directory(std::string(directory.data()) + folder);
+    for (const char* folder : {"/var", "/tmp"})
+        std::filesystem::create_directory(std::string(directory.data()) + folder);
 
     const std::string mode = argc > 1 ? argv[1] : "";
     if (mode == "heap") {
