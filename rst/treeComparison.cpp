@@ -70,7 +70,7 @@ const XMLNode* findXmlNodeWhichIsDifferent(const XMLNode* newNode, const XMLNode
     for (; newChild != nullptr && oldChild != nullptr;
          newChild = newChild->nextSibling, oldChild = oldChild->nextSibling) {
         if (!haveSameName(newChild, oldChild)) continue;
-        trace("findXmlNodeWhichIsDifferent(): node1->nodeName='%s'\n", newChild->nodeName);
+        if (isTracing()) trace("findXmlNodeWhichIsDifferent(): node1->nodeName='%s'\n", newChild->nodeName);
         if (const XMLNode* different = compareChildren(newChild->firstChild, oldChild->firstChild)) return different;
     }
 
@@ -78,6 +78,7 @@ const XMLNode* findXmlNodeWhichIsDifferent(const XMLNode* newNode, const XMLNode
     oldChild = oldNode->firstChild;
     for (; newChild != nullptr && oldChild != nullptr;
          newChild = newChild->nextSibling, oldChild = oldChild->nextSibling) {
+        if (newChild->firstChild == nullptr || oldChild->firstChild == nullptr) continue; // nothing to be paired
         if (const XMLNode* different = findXmlNodeWhichIsDifferent(newChild, oldChild)) {
             traceFound(different);
             return different;
