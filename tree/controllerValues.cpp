@@ -80,7 +80,7 @@ void getSasAddress(const Request& request) {
     if (request.controller.mrMfcDefaults == nullptr) return;
     const uint64_t address = request.controller.mrMfcDefaults->sasAddr;
     if (address == 0 || address == UINT64_MAX) return;
-    snprintf(request.text, size_t(request.size), "0x%08X%08X", uint32_t(address >> 32), uint32_t(address));
+    TextComposer(request.text, request.size).add("0x").addHex(address);
 }
 
 // Counts port bits by shifting them out of the cached bitmap, from drive to drive without starting again: the

@@ -9,7 +9,6 @@
 #include "values/textValue.h"
 
 #include <algorithm>
-#include <cstdio>
 
 namespace {
 
@@ -99,7 +98,7 @@ void addDrive(XMLNode* parent, int ctrlIndex, const MR_PD_ADDRESS& entry, int pd
         return;
     }
     char number[16];
-    snprintf(number, sizeof number, "%d", entry.deviceId);
+    TextComposer(number, sizeof number).add(entry.deviceId);
     setAttribute(drive, "Nr", number);
     appendChild(parent, drive);
     appendTable(drive, DRIVE_WALK, {.ctrlIndex = ctrlIndex, .index = pdIndex});

@@ -10,9 +10,9 @@
 #include "tree/statusSummary.h"
 #include "tree/tableWalk.h"
 #include "values/logicalDrive.h"
+#include "values/textValue.h"
 
 #include <algorithm>
-#include <cstdio>
 
 namespace {
 
@@ -80,7 +80,7 @@ void addLDInfo2XML(XMLNode* logicalDrive, int ctrlIndex, int ldIndex) {
 
 void setNumber(XMLNode* element, int number) {
     char text[16];
-    snprintf(text, sizeof text, "%d", number);
+    TextComposer(text, sizeof text).add(number);
     setAttribute(element, "Nr", text);
 }
 

@@ -42,7 +42,7 @@ void setLogicalId(const Enclosure& enclosure, char* sval, int svalLen) {
     if (!readDiagnosticPage(enclosure.controller->ctrlId, enclosure.deviceId, SES_PAGE_CONFIGURATION, page)) return;
     uint64_t id = 0;
     raid_swapBytes(&id, page + LOGICAL_ID_OFFSET, sizeof id);
-    if (id != 0) snprintf(sval, size_t(svalLen), "%08X%08X", uint32_t(id >> 32), uint32_t(id));
+    if (id != 0) TextComposer(sval, svalLen).addHex(id);
 }
 
 void setName(const Enclosure& enclosure, char* sval, int svalLen) {

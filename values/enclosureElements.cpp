@@ -129,7 +129,7 @@ int oobMR_getEnclPsInfo(int paramID, int modelCode, const SL_ENCL_STATUS_T* encl
     case PS_STATUS:
         copyText(sval, svalLen, raid_GetEnclosurePowerSupplyStatusString(enclStatus, uint32_t(psuIdx)));
         break;
-    case PS_NAME: snprintf(sval, size_t(svalLen), "PSU%d (%d)", psuIdx, psuIdx); break;
+    case PS_NAME: TextComposer(sval, svalLen).add("PSU").add(psuIdx).add(" (").add(psuIdx).add(")"); break;
     default: break;
     }
     return VALUE_OK;
@@ -147,7 +147,7 @@ int oobMR_getEnclTempSensorInfo(int paramID, int ctrlIdx, int enclIdx, int senso
     clearText(sval, svalLen);
     const auto sensor = uint32_t(sensorIdx);
     switch (paramID) {
-    case SENSOR_NAME: snprintf(sval, size_t(svalLen), "Sensor (%d)", sensorIdx); break;
+    case SENSOR_NAME: TextComposer(sval, svalLen).add("Sensor (").add(sensorIdx).add(")"); break;
     case SENSOR_LOCATION:
         raid_GetEnclosureSensorLocation(getModel(*enclosure.info).code, enclosure.status, sensor, sval, svalLen);
         break;

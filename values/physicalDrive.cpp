@@ -141,12 +141,10 @@ void setName(const Drive& drive, char* sval, int svalLen) {
         oobMR_getPDInfo(PD_VENDOR, drive.ctrlIdx, drive.instIdx, vendor.text, sizeof vendor.text, &enclosure);
     trace("oobMR_getPDInfo(): Vendor='%s', enclDeviceId = 0x%x\n", vendor.text, drive.info->enclDeviceId);
     oobMR_getPDInfo(PD_ENCLOSURE_NUMBER, drive.ctrlIdx, drive.instIdx, sval, svalLen, &enclosure);
-    const auto size = size_t(svalLen);
-    const int slot = drive.info->slotNumber;
-    if (enclosure < 0)
-        snprintf(sval, size, "%s %s (%d)", vendor.text, product.text, slot);
-    else
-        snprintf(sval, size, "%s %s (%d:%d)", vendor.text, product.text, enclosure, slot);
+    TextComposer name(sval, svalLen); // "vendor product (enclosure:slot)"
+    name.add(vendor.text).add(" ").add(product.text).add(" (");
+    if (enclosure >= 0) name.add(enclosure).add(":");
+    name.add(drive.info->slotNumber).add(")");
 }
 
 void setSasAddress(const MR_PD_INFO& info, char* sval, int svalLen) {
@@ -154,7 +152,7 @@ void setSasAddress(const MR_PD_INFO& info, char* sval, int svalLen) {
     for (uint32_t i = 0; i < count; ++i) {
         const uint64_t address = info.sasAddr[i];
         if (address == 0) continue;
-        snprintf(sval, size_t(svalLen), "0x%08X%08X", uint32_t(address >> 32), uint32_t(address));
+        TextComposer(sval, svalLen).add("0x").addHex(address);
         return;
     }
 }
