@@ -257,7 +257,7 @@ int oobMR_getPDInfo(int paramID, int ctrlIdx, int instIdx, char* sval, int svalL
         return VALUE_NO_OBJECT;
     }
     clearText(sval, svalLen);
-    trace("oobMR_getPDInfo():START paramID=%d\n", paramID);
+    if (isTracing()) trace("oobMR_getPDInfo():START paramID=%d\n", paramID);
     if (paramID == PD_TEMPERATURE) return formTemperature(drive, ival);
     *ival = getNumber(paramID, drive);
     formText(paramID, drive, sval, svalLen);

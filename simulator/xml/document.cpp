@@ -9,7 +9,7 @@ namespace xmlParser {
 namespace {
 
 constexpr size_t FIRST_CHUNK_BYTES = 4096 - sizeof(Chunk);
-constexpr size_t LAST_CHUNK_BYTES = 65536 - sizeof(Chunk);
+constexpr size_t LAST_CHUNK_BYTES = 16384 - sizeof(Chunk);
 constexpr size_t ALIGNMENT = alignof(void*);
 
 Document* g_youngest = nullptr;

@@ -53,6 +53,7 @@ const Attribute* findAttribute(const XMLNode* element, const char* name) {
 
 // The next node in document order that is not a leaf's text; NULL: `within` ends.
 XMLNode* nextNode(const XMLNode* within, XMLNode* node) {
+    if (node->documentKey == KEY_LEAF && node->nextSibling && node != within) return node->nextSibling; // mostly
     if (partOf(node) && node->firstChild) return node->firstChild;
     while (node != within) {
         if (node->nextSibling) return node->nextSibling;
@@ -108,6 +109,26 @@ bool appendText(ElementPart& parent, int32_t nodeType, const char* text) {
 
 using namespace xmlParser;
 
+namespace {
+
+// `text` is clean or to be cleaned, as `size` says.
+int appendLeaf(XMLNode* parent, const char* name, const char* text, TextSize size) {
+    ElementPart* part = isElement(parent) ? needPart(parent) : nullptr;
+    const char* interned = part ? internName(*part->document, name) : nullptr;
+    if (!interned) return 1;
+    void* memory = allocate(*part->document, sizeof(Leaf) + size.bytes + 1);
+    if (!memory) return 1;
+    auto* leaf = static_cast<Leaf*>(memory);
+    char* copy = reinterpret_cast<char*>(leaf + 1);
+    copyText(copy, text, size);
+    new (leaf) Leaf{{XML_ELEMENT_NODE, KEY_LEAF, interned, nullptr, &leaf->text, nullptr},
+                    {XML_TEXT_NODE, KEY_LEAF_TEXT, part->textName, copy, nullptr, nullptr}};
+    linkChild(*part, &leaf->element);
+    return XP_SUCCESS;
+}
+
+} // namespace
+
 XMLNode* createElement(const char* name) {
     Document* document = youngestDocument();
     Element* element = document ? newElement(*document, name) : nullptr;
@@ -133,26 +154,15 @@ int appendChild(XMLNode* parent, XMLNode* child) {
 }
 
 int appendTextChild(XMLNode* parent, const char* name, const char* text) {
-    ElementPart* part = isElement(parent) ? needPart(parent) : nullptr;
-    const char* interned = part ? internName(*part->document, name) : nullptr;
-    if (!interned) return 1;
     if (!text) text = "";
-    const TextSize size = measureText(text);
-    void* memory = allocate(*part->document, sizeof(Leaf) + size.bytes + 1);
-    if (!memory) return 1;
-    auto* leaf = new (memory) Leaf{};
-    char* copy = reinterpret_cast<char*>(leaf + 1);
-    copyText(copy, text, size);
-    leaf->element = {XML_ELEMENT_NODE, KEY_LEAF, interned, nullptr, &leaf->text, nullptr};
-    leaf->text = {XML_TEXT_NODE, KEY_LEAF_TEXT, part->textName, copy, nullptr, nullptr};
-    linkChild(*part, &leaf->element);
-    return XP_SUCCESS;
+    return appendLeaf(parent, name, text, measureText(text));
 }
 
 int appendIntegerChild(XMLNode* parent, const char* name, int32_t value) {
     char digits[12]; // "-2147483648"
-    *std::to_chars(digits, digits + sizeof digits - 1, value).ptr = '\0';
-    return appendTextChild(parent, name, digits);
+    char* end = std::to_chars(digits, digits + sizeof digits - 1, value).ptr;
+    *end = '\0';
+    return appendLeaf(parent, name, digits, {static_cast<size_t>(end - digits), true});
 }
 
 int setAttribute(XMLNode* element, const char* name, const char* value) {
