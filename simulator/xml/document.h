@@ -61,6 +61,7 @@ struct NameHead {
     uint32_t hash;
     uint32_t length;
     const char* next; // the name that was asked for after this one, the last time; NULL: none
+    const char* text; // of the last leaf of this name; NULL: there was none
 };
 
 inline NameHead& headOf(const char* name) {

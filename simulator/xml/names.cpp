@@ -80,7 +80,7 @@ const char* searchName(Document& document, const char* text) {
     if (*slot || !isName(text, length)) return *slot;
     void* memory = allocate(document, sizeof(NameHead) + length + 1);
     if (!memory) return nullptr;
-    auto* head = new (memory) NameHead{hash, static_cast<uint32_t>(length), nullptr};
+    auto* head = new (memory) NameHead{hash, static_cast<uint32_t>(length), nullptr, nullptr};
     char* name = reinterpret_cast<char*>(head + 1);
     memcpy(name, text, length + 1);
     *slot = name;

@@ -111,20 +111,14 @@ using namespace xmlParser;
 
 namespace {
 
-// `text` is clean or to be cleaned, as `size` says.
-int appendLeaf(XMLNode* parent, const char* name, const char* text, TextSize size) {
-    ElementPart* part = isElement(parent) ? needPart(parent) : nullptr;
-    const char* interned = part ? internName(*part->document, name) : nullptr;
-    if (!interned) return 1;
-    void* memory = allocate(*part->document, sizeof(Leaf) + size.bytes + 1);
-    if (!memory) return 1;
-    auto* leaf = static_cast<Leaf*>(memory);
-    char* copy = reinterpret_cast<char*>(leaf + 1);
-    copyText(copy, text, size);
-    new (leaf) Leaf{{XML_ELEMENT_NODE, KEY_LEAF, interned, nullptr, &leaf->text, nullptr},
-                    {XML_TEXT_NODE, KEY_LEAF_TEXT, part->textName, copy, nullptr, nullptr}};
-    linkChild(*part, &leaf->element);
-    return XP_SUCCESS;
+// The characters of a leaf's text. Leaves of one name often hold the same text as the one before: they share it.
+const char* makeLeafText(Document& document, const char* name, const char* text) {
+    NameHead& head = headOf(name);
+    if (head.text && strcmp(head.text, text) == 0) return head.text;
+    const TextSize size = measureText(text);
+    char* copy = static_cast<char*>(allocate(document, size.bytes + 1));
+    if (copy) copyText(copy, text, size);
+    return head.text = copy;
 }
 
 } // namespace
@@ -154,15 +148,22 @@ int appendChild(XMLNode* parent, XMLNode* child) {
 }
 
 int appendTextChild(XMLNode* parent, const char* name, const char* text) {
-    if (!text) text = "";
-    return appendLeaf(parent, name, text, measureText(text));
+    ElementPart* part = isElement(parent) ? needPart(parent) : nullptr;
+    const char* interned = part ? internName(*part->document, name) : nullptr;
+    const char* value = interned ? makeLeafText(*part->document, interned, text ? text : "") : nullptr;
+    void* memory = value ? allocate(*part->document, sizeof(Leaf)) : nullptr;
+    if (!memory) return 1;
+    auto* leaf = static_cast<Leaf*>(memory);
+    new (leaf) Leaf{{XML_ELEMENT_NODE, KEY_LEAF, interned, nullptr, &leaf->text, nullptr},
+                    {XML_TEXT_NODE, KEY_LEAF_TEXT, part->textName, value, nullptr, nullptr}};
+    linkChild(*part, &leaf->element);
+    return XP_SUCCESS;
 }
 
 int appendIntegerChild(XMLNode* parent, const char* name, int32_t value) {
     char digits[12]; // "-2147483648"
-    char* end = std::to_chars(digits, digits + sizeof digits - 1, value).ptr;
-    *end = '\0';
-    return appendLeaf(parent, name, digits, {static_cast<size_t>(end - digits), true});
+    *std::to_chars(digits, digits + sizeof digits - 1, value).ptr = '\0';
+    return appendTextChild(parent, name, digits);
 }
 
 int setAttribute(XMLNode* element, const char* name, const char* value) {
