@@ -10,9 +10,10 @@ namespace {
 
 constexpr size_t FIRST_CHUNK_BYTES = 4096 - sizeof(Chunk);
 constexpr size_t LAST_CHUNK_BYTES = 16384 - sizeof(Chunk);
-constexpr size_t ALIGNMENT = alignof(void*);
 
 Document* g_youngest = nullptr;
+
+} // namespace
 
 void* allocateChunk(Document& document, size_t size) {
     // What would waste much of a chunk gets its own, and the one in use stays in use.
@@ -31,17 +32,6 @@ void* allocateChunk(Document& document, size_t size) {
     document.free = start + size;
     document.freeBytes = bytes - size;
     document.chunkBytes = std::min(2 * bytes + sizeof(Chunk), LAST_CHUNK_BYTES);
-    return start;
-}
-
-} // namespace
-
-void* allocate(Document& document, size_t size) {
-    size = (size + ALIGNMENT - 1) & ~(ALIGNMENT - 1);
-    if (size > document.freeBytes) return allocateChunk(document, size);
-    void* start = document.free;
-    document.free += size;
-    document.freeBytes -= size;
     return start;
 }
 

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "platform/xmlParser.h"
 
@@ -110,14 +111,28 @@ inline Document* documentOf(const XMLNode* node) {
 }
 
 // Aligned for the records above; NULL: no memory, remembered in the document.
-void* allocate(Document& document, size_t size);
+void* allocateChunk(Document& document, size_t size);
+inline void* allocate(Document& document, size_t size) {
+    size = (size + alignof(void*) - 1) & ~(alignof(void*) - 1);
+    if (size > document.freeBytes) return allocateChunk(document, size);
+    void* start = document.free;
+    document.free += size;
+    document.freeBytes -= size;
+    return start;
+}
 
 Document* youngestDocument();
 
 // The document's own copy of a name, one for equal names. findName: NULL when the document has none;
 // internName: NULL when memory is short or when this cannot be a name in XML.
 const char* findName(const Document& document, const char* text);
-const char* internName(Document& document, const char* text);
+const char* searchName(Document& document, const char* text);
+inline const char* internName(Document& document, const char* text) {
+    // Trees repeat themselves: what followed this name the last time mostly follows it again.
+    const char* expected = document.lastName ? headOf(document.lastName).next : nullptr;
+    if (!text || !expected || strcmp(expected, text) != 0) return searchName(document, text);
+    return document.lastName = expected;
+}
 
 // The building steps that the interface and the reader share. NULL or false: no memory (or no name).
 Element* newElement(Document& document, const char* name);

@@ -72,7 +72,7 @@ bool isName(const char* text, size_t length) {
 }
 
 // The document's own copy, made when there is none yet.
-const char* searchName(Document& document, const char* text) {
+const char* findOrAdd(Document& document, const char* text) {
     if (2 * document.nameCount >= document.nameSlots && !growNames(document)) return nullptr;
     const size_t length = strlen(text);
     const uint32_t hash = hashOf(document, text, length);
@@ -96,12 +96,8 @@ const char* findName(const Document& document, const char* text) {
     return *slotOf(document, text, length, hashOf(document, text, length));
 }
 
-const char* internName(Document& document, const char* text) {
-    if (!text) return nullptr;
-    // Trees repeat themselves: what followed this name the last time mostly follows it again.
-    const char* expected = document.lastName ? headOf(document.lastName).next : nullptr;
-    if (expected && strcmp(expected, text) == 0) return document.lastName = expected;
-    const char* name = searchName(document, text);
+const char* searchName(Document& document, const char* text) {
+    const char* name = text ? findOrAdd(document, text) : nullptr;
     if (!name) return nullptr;
     if (document.lastName) headOf(document.lastName).next = name;
     return document.lastName = name;

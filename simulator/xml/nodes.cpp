@@ -15,9 +15,8 @@ ElementPart makePart(Document& document, XMLNode* element) {
     return {{'#', 't', 'e', 'x', 't', '\0'}, false, false, element, nullptr, nullptr, nullptr, &document};
 }
 
-// Gives a leaf that has none its part. The text's nodeName, until now the parent's, turns to the leaf's own.
-ElementPart* needPart(XMLNode* element) {
-    if (ElementPart* part = partOf(element)) return part;
+// Gives a leaf its part. The text's nodeName, until now the parent's, turns to the leaf's own.
+ElementPart* growLeaf(XMLNode* element) {
     XMLNode* text = element->firstChild;
     Document& document = *documentOf(element);
     void* memory = allocate(document, sizeof(ElementPart));
@@ -29,6 +28,12 @@ ElementPart* needPart(XMLNode* element) {
     text->nodeName = part->textName;
     element->documentKey = KEY_GROWN_LEAF;
     return part;
+}
+
+// Of an element that is to hold something; NULL: no memory.
+ElementPart* needPart(XMLNode* element) {
+    ElementPart* part = partOf(element);
+    return part ? part : growLeaf(element);
 }
 
 bool isElement(const XMLNode* node) {
@@ -198,7 +203,8 @@ XMLNode* findNextXmlNode(XMLNode* within, XMLNode* after, const char* name) {
     if (!isElement(within) || !after || !name || !isWithin(within, after)) return nullptr;
     const char* interned = findName(*documentOf(within), name);
     if (!interned) return nullptr;
-    XMLNode* node = nextNode(within, after);
-    while (node && node->nodeName != interned) node = nextNode(within, node);
+    XMLNode* node = after;
+    do node = nextNode(within, node);
+    while (node && node->nodeName != interned);
     return node;
 }
