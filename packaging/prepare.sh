@@ -20,6 +20,10 @@ checks  command  readelf                 binutils
 checks  command  clang-format-14         clang-format-14
 checks  command  run-clang-tidy-14       clang-tidy-14
 checks  command  i686-linux-gnu-g++      g++-i686-linux-gnu
+bench   header   benchmark/benchmark.h   libbenchmark-dev
+bench   header   pugixml.hpp             libpugixml-dev
+bench   command  valgrind                valgrind
+bench   command  arm-linux-gnueabihf-g++ g++-arm-linux-gnueabihf
 '
 
 fail() {

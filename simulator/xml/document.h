@@ -110,7 +110,7 @@ inline Document* documentOf(const XMLNode* node) {
     return (part ? part : partAbove(node->documentKey == KEY_LEAF ? node->firstChild : node))->document;
 }
 
-// Aligned for the records above; NULL: no memory, remembered in the document.
+// Aligned for the records above; NULL: no memory, remembered in the document. allocateChunk: the chunk is used up.
 void* allocateChunk(Document& document, size_t size);
 inline void* allocate(Document& document, size_t size) {
     size = (size + alignof(void*) - 1) & ~(alignof(void*) - 1);
@@ -124,7 +124,7 @@ inline void* allocate(Document& document, size_t size) {
 Document* youngestDocument();
 
 // The document's own copy of a name, one for equal names. findName: NULL when the document has none;
-// internName: NULL when memory is short or when this cannot be a name in XML.
+// internName: NULL when memory is short or when this cannot be a name in XML; searchName is its long way.
 const char* findName(const Document& document, const char* text);
 const char* searchName(Document& document, const char* text);
 inline const char* internName(Document& document, const char* text) {
