@@ -1,37 +1,85 @@
-// Each described server of machines/ in, its document out, byte for byte, at a fixed time and in a fixed zone. The
-// large server's document is kept as its size, a checksum and how it begins.
+// What the daemon makes of described servers, byte for byte, at a fixed time and in a fixed zone:
+// - of those in machines/ at the root, the document; of the large one its size, a checksum and how it begins;
+// - of the hostile ones in machines/ here, whose records are raw bytes, all that one update after the other writes.
 //
 // After an intended change, and with a look at what it changes:
 //     REGENERATE_GOLDEN=1 build/tests/unitTests --gtest_filter='Golden*'
 
+#include "daemon/accounting.h"
+#include "daemon/logs.h"
+#include "rst/treeWriters.h"
+#include "rst/updateCycle.h"
 #include "tests/daemon/outputs.h"
+#include "tests/golden/steadyText.h"
 #include "tests/support/updateFixture.h"
 
 #include <cinttypes>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 
 namespace {
 
+using nlohmann::json;
+
 const std::filesystem::path GOLDEN = std::filesystem::path(__FILE__).parent_path();
 const std::filesystem::path MACHINES = GOLDEN.parent_path().parent_path() / "machines";
+const std::filesystem::path HOSTILE_MACHINES = GOLDEN / "machines";
 constexpr size_t EXCERPT_LINES = 200;
 
 class Golden : public UpdateTest {
   protected:
-    static void compare(const std::string& file, const std::string& document) {
-        if (getenv("REGENERATE_GOLDEN") != nullptr) std::ofstream(GOLDEN / file) << document;
-        EXPECT_EQ(textOf(GOLDEN / file), document) << file;
+    static void compare(const std::filesystem::path& file, const std::string& text) {
+        if (getenv("REGENERATE_GOLDEN") != nullptr) std::ofstream(file) << text;
+        EXPECT_EQ(textOf(file), text) << file;
+    }
+
+    // A machine and patches of it (RFC 6902), an update after each; all of them are traced.
+    static std::string outputsOf(const json& steps) {
+        forget();
+        const std::string trace = below("/tmp/TraceFile.RST");
+        g_allocCount = 0;
+        SteadyText steady;
+        json machine;
+        std::string outputs;
+        std::string document;
+        for (const json& step : steps) {
+            machine = machine.is_null() ? step : machine.patch(step);
+            describe(machine);
+            std::filesystem::remove(below(RST_LOG_FILE));
+            if (g_traceFile == nullptr) std::ofstream(trace).flush(); // a file that is there: the update is traced
+            const size_t told = std::filesystem::file_size(trace);
+            testing::internal::CaptureStdout();
+            outputs += "==== update: " + std::to_string(updateRAIDStorageTree()) + "\n";
+            outputs += steady.of(testing::internal::GetCapturedStdout()) + "==== log\n" +
+                       steady.of(textOf(below(RST_LOG_FILE))) + "==== trace\n" + steady.of(textOf(trace).substr(told));
+            const std::string newDocument = textOf(below(RST_FILE));
+            if (newDocument != document) outputs += "==== document\n" + newDocument;
+            document = newDocument;
+        }
+        if (g_traceFile != nullptr) fclose(std::exchange(g_traceFile, nullptr));
+        g_traceEnabled = 0;
+        std::filesystem::remove(trace);
+        return outputs;
     }
 };
 
+std::vector<std::filesystem::path> filesIn(const std::filesystem::path& directory) {
+    std::vector<std::filesystem::path> files;
+    for (const auto& entry : std::filesystem::directory_iterator(directory))
+        if (entry.path().extension() == ".json") files.push_back(entry.path());
+    return files;
+}
+
 TEST_F(Golden, documentsOfTheDescribedServers) {
-    for (const auto& entry : std::filesystem::directory_iterator(MACHINES)) {
-        if (entry.path().extension() != ".json") continue;
-        const std::string document = documentOf(nlohmann::json::parse(std::ifstream(entry.path())));
-        compare(entry.path().stem().string() + ".xml", document);
+    for (const auto& file : filesIn(MACHINES))
+        compare(GOLDEN / file.filename().replace_extension(".xml"), documentOf(json::parse(std::ifstream(file))));
+}
+
+TEST_F(Golden, updatesOnHostileServers) {
+    for (std::filesystem::path file : filesIn(HOSTILE_MACHINES)) {
+        const std::string outputs = outputsOf(json::parse(std::ifstream(file)));
+        compare(file.replace_extension(".txt"), outputs);
     }
 }
 
@@ -51,13 +99,12 @@ uint64_t checksumOf(const std::string& text) { // FNV-1a
 }
 
 TEST_F(Golden, documentOfALargeServer) {
-    const std::string document =
-        documentOf(nlohmann::json::parse(outputOf("'" + (MACHINES / "make-large").string() + "'")));
+    const std::string document = documentOf(json::parse(outputOf("'" + (MACHINES / "make-large").string() + "'")));
     char head[64];
     snprintf(head, sizeof head, "%zu bytes, checksum %016" PRIx64 "\n", document.size(), checksumOf(document));
     size_t end = 0;
     for (size_t i = 0; i < EXCERPT_LINES; ++i) end = document.find('\n', end) + 1;
-    compare("large.txt", head + document.substr(0, end));
+    compare(GOLDEN / "large.txt", head + document.substr(0, end));
 }
 
 } // namespace

@@ -1,27 +1,14 @@
-#include "platform/appHelper.h"
-#include "platform/dqmi.h"
 #include "platform/host.h"
-#include "platform/ipmi.h"
 #include "platform/lcm.h"
 
 #include "tests/simulator/simulatedMachine.h"
 
 #include <csignal>
-#include <cstring>
 #include <sys/wait.h>
 
 namespace {
 
-class HostData : public simtest::SimulatedMachine {
-  protected:
-    void SetUp() override { std::filesystem::remove(file("calls.jsonl")); }
-    static size_t callsRecorded(const std::string& text) {
-        const std::string calls = simtest::readFile(file("calls.jsonl"));
-        size_t count = 0;
-        for (size_t at = calls.find(text); at != std::string::npos; at = calls.find(text, at + 1)) ++count;
-        return count;
-    }
-};
+using HostData = simtest::SimulatedMachine;
 
 TEST_F(HostData, parameterValuesHaveTheirTypeLengthAndExactlyTheirMemory) {
     const struct {
@@ -67,69 +54,6 @@ TEST_F(HostData, parameterValuesHaveTheirTypeLengthAndExactlyTheirMemory) {
     } absent[] = {{"G", "N", 1}, {"G", "N", -1}, {"G", "M", 0}, {"H", "N", 0}};
     for (const auto& [group, name, instance] : absent)
         EXPECT_EQ(LCMParam_update(0, group, name, instance, &count), nullptr) << group << name << instance;
-}
-
-TEST_F(HostData, ipmiAnswersAsFarAsItIsDescribed) {
-    describe(R"({"ipmi": {"session": true, "lanChannel": 8, "userAccess": {"raw": {"0": "000f"}},
-        "users": {"2": {"code": 0, "name": {"raw": {"0": "61"}, "size": 16}, "snmp": [1, 2, 3, 4]}, "3": {"code": 204}, "4": {"code": null}}}})");
-    EXPECT_EQ(etcGetDefaultLanChannelNumber(), 8);
-    IPMISession* session = ipmiCreateLocalSession(60);
-    ASSERT_NE(session, nullptr);
-    const struct {
-        uint8_t command;
-        std::vector<uint8_t> request;
-        int result;
-        std::vector<uint8_t> answer; // its start
-        uint32_t length;
-    } cases[] = {
-        {0x44, {8, 0}, 0, {0, 15}, 2}, {0x46, {2}, 0, {0, 'a', 0}, 17}, {0x46, {3}, 0, {204}, 1},
-        {0x46, {4}, 1, {}, 20},        {0x46, {5}, 1, {}, 20},          {0x46, {}, 1, {}, 20},
-        {0x01, {}, 1, {}, 20},
-    };
-    for (const auto& [command, request, result, answer, length] : cases) {
-        std::vector<uint8_t> response(20, 0xEE);
-        uint32_t responseLength = 20;
-        EXPECT_EQ(ipmiSendCmd(session, 0x18, command, request.data(), static_cast<uint32_t>(request.size()),
-                              response.data(), &responseLength),
-                  result);
-        EXPECT_EQ(responseLength, length);
-        EXPECT_TRUE(std::equal(answer.begin(), answer.end(), response.begin()));
-    }
-    uint8_t enable = 0;
-    uint8_t settings[3] = {};
-    EXPECT_EQ(LIBIPMI_HL_AMIGetSNMPConf(session, 2, &enable, settings, 5), 0);
-    EXPECT_EQ(enable << 24 | settings[0] << 16 | settings[1] << 8 | settings[2], 0x01020304);
-    EXPECT_NE(LIBIPMI_HL_AMIGetSNMPConf(session, 3, &enable, settings, 5), 0);
-    EXPECT_EQ(LIBIPMI_HL_AMISetSNMPConf(session, 2, 1, settings, 5), 0);
-    EXPECT_EQ(callsRecorded(R"("call": "LIBIPMI_HL_AMISetSNMPConf", "args": [2, 1, "020304", 5], "result": 0})"), 1U);
-    ipmiCloseLocalSession(session);
-    describe("{}");
-    EXPECT_EQ(ipmiCreateLocalSession(60), nullptr);
-}
-
-TEST_F(HostData, dqmiTransactionsOpenInTheOrderDescribedAndAnswer) {
-    describe("{}");
-    EXPECT_EQ(OpenDQMIConnection(), -1);
-    const uint8_t request[48] = {0, 0, 0, 0, 2};
-    EXPECT_EQ(OpenDQMItransaction(6, 2, 0, 5, request, 0), -1);
-    describe(R"({"dqmi": {"connection": 3, "open": ["fail", "ok"], "text": "<a/>", "status": 5, "length": 6}})");
-    EXPECT_EQ(OpenDQMIConnection(), 3);
-    EXPECT_EQ(OpenDQMItransaction(6, 2, 0, 5, request, 0), -1);
-    EXPECT_GT(OpenDQMItransaction(6, 2, 0, 5, request, 0), 0);
-    const int transaction = OpenDQMItransaction(6, 2, 0, 5, request, 0);
-    uint8_t header[64];
-    void* data = nullptr;
-    EXPECT_EQ(ReadReceivedDQMImessage(transaction, header, &data), 0);
-    EXPECT_EQ(header[8] << 8 | header[28], 0x0605);
-    EXPECT_EQ(memcmp(data, "<a/>\0\0", 6), 0); // a length has its memory
-    free(data);
-    describe(R"({"dqmi": {"length": 4294967295}})");
-    EXPECT_EQ(ReadReceivedDQMImessage(OpenDQMItransaction(6, 2, 0, 5, request, 0), header, &data), 0);
-    EXPECT_EQ(header[11], 0xFF);
-    EXPECT_EQ(data, nullptr);
-    describe(R"({"dqmi": {"read": "fail", "text": "x"}})");
-    EXPECT_EQ(ReadReceivedDQMImessage(1, header, &data), -1);
-    EXPECT_EQ(data, nullptr);
 }
 
 TEST_F(HostData, processesHaveTheirProcEntryAndAloneGetSignals) {

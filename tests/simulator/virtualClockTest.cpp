@@ -155,10 +155,4 @@ TEST_F(VirtualClockTest, aThreadThatAHandlerWokeWaitsForItsTurn) {
     pthread_join(thread, nullptr);
 }
 
-TEST_F(VirtualClockTest, secondsAreDecimalDigits) {
-    EXPECT_EQ(parseSeconds("1767225600\n"), 1767225600);
-    for (const char* text : {"", "\n", "-1", "+1", " 1", "1x", "1.5", "0x10", "99999999999999999999", "253402300800"})
-        EXPECT_EQ(parseSeconds(text), std::nullopt) << text;
-}
-
 } // namespace

@@ -189,38 +189,6 @@ class RecordedCalls : public simtest::SimulatedMachine {
     }
 };
 
-TEST_F(RecordedCalls, theProcessMonitorShowsWhatItMonitors) {
-    describe(R"({"processMonitor": {"deregister": 5}})");
-    const char* const arguments[] = {"-c", nullptr};
-    EXPECT_EQ(ProcMonitorRegister("/bin/a", 0, "daemon", 0, 0), 0);
-    EXPECT_EQ(ProcMonitorRegisterExt(77, "/bin/b", 0, "child", 3, 2, arguments), 0);
-    EXPECT_EQ(readFile(file("monitor/daemon")), std::to_string(getpid()) + "\n");
-    EXPECT_EQ(readFile(file("monitor/child")), "77\n");
-    EXPECT_EQ(ProcMonitorDeRegister("/bin/a"), 5);
-    EXPECT_TRUE(std::filesystem::exists(file("monitor/daemon")));
-    describe(R"({"processMonitor": {"register": 1}})");
-    EXPECT_EQ(ProcMonitorDeRegister("/bin/a"), 0);
-    EXPECT_EQ(ProcMonitorRegister("/bin/a", 0, "daemon", 0, 0), 1);
-    EXPECT_FALSE(std::filesystem::exists(file("monitor/daemon")));
-    ProcMonitorDeRegister("/bin/b");
-    ProcMonitorDeRegister("\"\\\n\xc3");
-    const std::vector<std::string> expected = {
-        R"("call": "ProcMonitorRegister", "args": ["/bin/a", 0, "daemon", 0, 0], "result": 0})",
-        R"("call": "ProcMonitorRegisterExt", "args": [77, "/bin/b", 0, "child", 3, 2, "-c", null], "result": 0})",
-        R"("call": "ProcMonitorDeRegister", "args": ["/bin/a"], "result": 5})",
-        R"("call": "ProcMonitorDeRegister", "args": ["/bin/a"], "result": 0})",
-        R"("call": "ProcMonitorRegister", "args": ["/bin/a", 0, "daemon", 0, 0], "result": 1})",
-        R"("call": "ProcMonitorDeRegister", "args": ["/bin/b"], "result": 0})",
-        R"("call": "ProcMonitorDeRegister", "args": ["\"\\\u000a\u00c3"], "result": 0})"};
-    EXPECT_EQ(calls(), expected);
-}
-
-TEST_F(RecordedCalls, aSignalToAnUnknownProcessIsOnlyRecorded) {
-    describe("{}");
-    EXPECT_EQ(hostSignal(getpid(), SIGKILL), 0);
-    EXPECT_EQ(calls().at(0), R"("call": "hostSignal", "args": [)" + std::to_string(getpid()) + R"(, 9], "result": 0})");
-}
-
 TEST_F(RecordedCalls, configurationItemsAreReadAndWritten) {
     describe(
         R"({"configSpace": {"513": "host", "5128": {"raw": {"0": "0102030405"}}}, "configSpaceWriteFails": [5128]})");
@@ -274,19 +242,6 @@ TEST_F(RecordedCalls, theAgentsAnswerTheirOwnRequestOnly) {
     }
     EXPECT_EQ(calls().at(1),
               R"("call": "LCMipmiSendCmdC", "args": [184, 2, 4, "00000008", 16], "result": 1, "out": "000000000102"})");
-}
-
-TEST_F(RecordedCalls, datesAreLocalTime) {
-    setenv("TZ", "XYZ-5", 1);
-    tzset();
-    char text[32];
-    EXPECT_EQ(etcGetDate(951771600, text, sizeof text), 0);
-    EXPECT_STREQ(text, "2000-02-29");
-    EXPECT_EQ(etcGetDateAndTime(951771600, text, sizeof text), 0);
-    EXPECT_STREQ(text, "2000-02-29 02:00:00");
-    EXPECT_EQ(etcGetDateAndTime(951771600, text, 19), 1);
-    unsetenv("TZ");
-    tzset();
 }
 
 } // namespace

@@ -1,66 +1,158 @@
-// What all value functions share: bad buffers, objects that are not in the cache, and the trace of these.
+// What all value functions and their tables share. What each value is stands in the golden documents.
 
-#include "tests/support/cachedMachine.h"
+#include "values/valueFunction.h"
+
+#include "tests/daemon/outputs.h"
+#include "tests/support/updateFixture.h"
 #include "tree/batteryValues.h"
+#include "tree/controllerValues.h"
+#include "tree/parameterTables.h"
 #include "values/enclosure.h"
 #include "values/logicalDrive.h"
 #include "values/physicalDrive.h"
 
+#include <regex>
+#include <set>
+#include <span>
+
 namespace {
 
-using ValueFunction = std::function<int(int paramID, int ctrlIdx, int index, char* text, int size, int32_t* number)>;
+using ValueFunction = std::function<int(int id, int ctrl, int index, char* text, int size, int32_t* number)>;
 
-class ValueFunctions : public ValueTest {};
+struct Kind {
+    const char* name;
+    std::span<const ParamTableEntry> table; // with the row that ends it
+    ValueFunction ask;
+    const char* traceWithoutObject = "";
+    int32_t noNumber = 0;
+    int statusWithoutRoom = VALUE_BAD_BUFFER;
+};
+
+template <class Function>
+ValueFunction ofController(Function function) {
+    return [=](int id, int ctrl, int index, char* text, int size, int32_t* number) {
+        return function(id, ctrl + index, text, size, number);
+    };
+}
+
+template <class Function>
+ValueFunction ofElement(Function function) { // of the first enclosure
+    return [=](int id, int ctrl, int index, char* text, int size, int32_t* number) {
+        return function(id, ctrl, 0, index, text, size, number);
+    };
+}
+
+int askPowerSupply(int id, int ctrl, int index, char* text, int size, int32_t* number) {
+    const MRCtrlInst* controller = getController(ctrl);
+    const SL_ENCL_STATUS_T* status = controller == nullptr ? nullptr : controller->mrEnclStatus[0];
+    static uint8_t page[SES_PAGE_SIZE];
+    readDiagnosticPage(0, oobMRCache->mrCtrlInst[0]->mrEnclList->encl[0].deviceId, SES_PAGE_ELEMENT_DESCRIPTORS, page);
+    return oobMR_getEnclPsInfo(id, ENCL_MODEL_KP23, status, page, index, text, size, number);
+}
+
+const Kind KINDS[] = {
+    {"Adapter", ctrlParams_Table, ofController(oobMR_getCtrlInfo), "oobMR_getCtrlInfo(): END\n"},
+    {"Battery", battParams_Table, ofController(oobMR_getCtrlBatteryInfo), "oobMR_getCtrlInfo(): END\n"},
+    {"LogicalDrive", ldParams_Table, oobMR_getLDInfo,
+     "oobMR_getLDInfo(): START - paramID=99, ctrlIdx=9, instIdx=0\noobMR_getLDInfo(): END\n", 0, VALUE_OK},
+    {"PhysicalDrive", pdParams_Table, oobMR_getPDInfo, "oobMR_getPDInfo(): END\n"},
+    {"Enclosure", enclParams_Table, oobMR_getEnclInfo, "oobMR_getEnclInfo(): END\n"},
+    {"Processor", enclProcParams_Table, oobMR_getEnclProcInfo, "oobMR_getEnclProcInfo(): END\n"},
+    {"Fan", enclFanParams_Table, ofElement(oobMR_getEnclFanInfo), "oobMR_getEnclFanInfo(): END\n"},
+    {"PowerSupply", enclPsParams_Table, askPowerSupply},
+    {"TemperatureSensor", enclTempSensorParams_Table, ofElement(oobMR_getEnclTempSensorInfo),
+     "oobMR_getEnclTempSensorInfo(): END\n", -1},
+    {"Multiplexer", mxParams_Table, {}}, // five texts by id
+};
+
+// On a server that has everything.
+class ValueFunctions : public UpdateTest {
+  protected:
+    void SetUp() override { buildCache(describedServer("rich")); }
+};
+
+TEST_F(ValueFunctions, haveSoundTables) {
+    const std::regex xmlName("[A-Za-z_][A-Za-z0-9_.-]*");
+    for (const Kind& kind : KINDS) {
+        SCOPED_TRACE(kind.name);
+        std::set<int> ids;
+        for (const ParamTableEntry& row : kind.table.first(kind.table.size() - 1)) {
+            EXPECT_GE(row.paramID, 0);
+            EXPECT_TRUE(ids.insert(row.paramID).second) << row.paramID;
+            EXPECT_STRNE(row.displayName, "") << row.paramID; // also not NULL
+            EXPECT_TRUE(row.xmlParamName == nullptr || std::regex_match(row.xmlParamName, xmlName)) << row.paramID;
+            EXPECT_TRUE(kind.ask || row.paramID == int(ids.size()) - 1);
+        }
+        EXPECT_EQ(kind.table.back().paramID, -1);
+    }
+}
+
+// A buffer of each size lies on the heap in its exact size, and is filled.
+TEST_F(ValueFunctions, answerEachRowAsFarAsTheBufferGoes) {
+    const std::regex date("^\\d{4}-\\d\\d-\\d\\d");
+    for (const Kind& kind : KINDS) {
+        for (const ParamTableEntry& row : kind.table.first(kind.ask ? kind.table.size() - 1 : 0)) {
+            SCOPED_TRACE(std::string(kind.name) + " " + row.displayName);
+            std::string whole(VALUE_TEXT_SIZE, '#');
+            int32_t wholeNumber = 12345;
+            EXPECT_EQ(kind.ask(row.paramID, 0, 0, whole.data(), VALUE_TEXT_SIZE, &wholeNumber), VALUE_OK);
+            whole.resize(strlen(whole.c_str()));
+            EXPECT_TRUE(row.valueType == PARAM_TEXT || whole.empty() || row.xmlParamName == nullptr);
+            for (size_t size = 1; size <= whole.size() + 1; ++size) {
+                std::vector<char> text(size, '#');
+                int32_t number = 12345;
+                const int answered = kind.ask(row.paramID, 0, 0, text.data(), int(size), &number);
+                const bool isLeftOut = answered != VALUE_OK; // as a date that does not fit
+                EXPECT_TRUE(!isLeftOut || std::regex_search(whole, date)) << whole;
+                EXPECT_EQ(number, wholeNumber);
+                if (!isLeftOut)
+                    EXPECT_EQ(std::string(text.data(), strnlen(text.data(), size)), whole.substr(0, size - 1));
+            }
+        }
+    }
+}
+
+TEST_F(ValueFunctions, answerWhatTheTreeDoesNotWrite) {
+    const auto ask = [](auto function, int id) {
+        char text[VALUE_TEXT_SIZE];
+        int32_t number = 12345;
+        EXPECT_EQ(function(id, text, sizeof text, &number), VALUE_OK);
+        return text + (" " + std::to_string(number));
+    };
+    const auto controller = [](int id, char* text, int size, int32_t* number) {
+        return oobMR_getCtrlInfo(id, 1, text, size, number);
+    };
+    const auto enclosure = [](int id, char* text, int size, int32_t* number) {
+        return oobMR_getEnclInfo(id, 0, 0, text, size, number);
+    };
+    std::string numbers;
+    for (const int id : {59, 60, 61, 62, 63, 66, 67}) numbers += ask(controller, id);
+    EXPECT_EQ(numbers, " 1 3 1 6750 6750 23 38529");
+    EXPECT_EQ(ask(controller, 64), "Stopped 0");
+    EXPECT_EQ(ask(enclosure, 4), "5021A5E31700438F 0");
+    EXPECT_EQ(ask(enclosure, ENCL_PARAM_SUPPORT), " 1");
+}
 
 TEST_F(ValueFunctions, answerBadCallersWithCodes) {
-    const CachedMachine machine("config 8=01 enclList 0=01 status 4=01 8=01 12=01 16=01");
-    const CachedMachine bare("config 8=01 enclList 0=01 -pd -encl -status -ld");
-    const auto battery = [](int id, int ctrl, int index, char* text, int size, int32_t* number) {
-        return oobMR_getCtrlBatteryInfo(id, ctrl + index, text, size, number);
-    };
-    const auto fan = [](int id, int ctrl, int index, char* text, int size, int32_t* number) {
-        return oobMR_getEnclFanInfo(id, ctrl, 0, index, text, size, number);
-    };
-    const auto sensor = [](int id, int ctrl, int index, char* text, int size, int32_t* number) {
-        return oobMR_getEnclTempSensorInfo(id, ctrl, 0, index, text, size, number);
-    };
-    const auto supply = [](int id, int ctrl, int index, char* text, int size, int32_t* number) {
-        const MRCtrlInst* controller = getController(ctrl);
-        const SL_ENCL_STATUS_T* status = controller == nullptr ? nullptr : controller->mrEnclStatus[0];
-        return oobMR_getEnclPsInfo(id, ENCL_MODEL_KP23, status, nullptr, index, text, size, number);
-    };
-    const struct {
-        ValueFunction function;
-        const char* trace;
-        int32_t noNumber = 0;
-        int statusWithoutRoom = VALUE_BAD_BUFFER;
-        int statusOfBare = VALUE_NO_OBJECT;
-    } rows[] = {
-        {oobMR_getPDInfo, "oobMR_getPDInfo(): END\n"},
-        {oobMR_getEnclInfo, "oobMR_getEnclInfo(): END\n"},
-        {oobMR_getEnclProcInfo, "oobMR_getEnclProcInfo(): END\n"},
-        {fan, "oobMR_getEnclFanInfo(): END\n"},
-        {sensor, "oobMR_getEnclTempSensorInfo(): END\n", -1},
-        {supply, ""},
-        {battery, "oobMR_getCtrlInfo(): END\n", 0, VALUE_BAD_BUFFER, VALUE_OK},
-        {oobMR_getLDInfo, "oobMR_getLDInfo(): START - paramID=99, ctrlIdx=1, instIdx=0\noobMR_getLDInfo(): END\n", 0,
-         VALUE_OK},
-    };
-    for (const auto& row : rows) {
-        const Value nothing = {VALUE_OK, "", row.noNumber};
-        EXPECT_EQ(machine.ask(row.function, 99, 0, 0), nothing) << row.trace;
-        EXPECT_EQ(machine.ask(row.function, -1, 0, 0), nothing) << row.trace;
-        for (const auto& [ctrlIdx, index] : {std::pair(0, 1), {0, -1}, {1, 0}, {-1, 0}})
-            EXPECT_EQ(machine.ask(row.function, 99, ctrlIdx, index).status, VALUE_NO_OBJECT) << row.trace;
-        EXPECT_EQ(traceOf([&] { machine.ask(row.function, 99, 1, 0); }), row.trace);
-        EXPECT_EQ(bare.ask(row.function, 99, 0, 0).status, row.statusOfBare) << row.trace;
+    for (const Kind& kind : KINDS) {
+        if (!kind.ask) continue;
+        SCOPED_TRACE(kind.name);
+        char text[VALUE_TEXT_SIZE] = "###";
         int32_t number = 12345;
-        EXPECT_EQ(row.function(99, 0, 0, nullptr, 256, &number), VALUE_BAD_BUFFER) << row.trace;
-        EXPECT_EQ(number, row.noNumber);
-        char text[] = "###";
-        machine.ask(row.function, 99, 0, 0);
-        EXPECT_EQ(row.function(18, 0, 0, text, 0, &number), row.statusWithoutRoom) << row.trace;
-        EXPECT_STREQ(text, "###");
+        for (const auto& [ctrl, index] : {std::pair(0, 300), {0, -1}, {9, 0}, {-1, 0}})
+            EXPECT_EQ(kind.ask(99, ctrl, index, text, sizeof text, &number), VALUE_NO_OBJECT) << ctrl << " " << index;
+        EXPECT_EQ(tracedBy([&] { kind.ask(99, 9, 0, text, sizeof text, &number); }), kind.traceWithoutObject);
+        for (const int id : {99, -1}) {
+            EXPECT_EQ(kind.ask(id, 0, 0, text, sizeof text, &number), VALUE_OK);
+            EXPECT_STREQ(text, "");
+            EXPECT_EQ(number, kind.noNumber);
+        }
+        EXPECT_EQ(kind.ask(18, 0, 0, nullptr, sizeof text, &number), VALUE_BAD_BUFFER);
+        for (const int size : {0, -1}) {
+            memcpy(text, "###", sizeof "###");
+            EXPECT_EQ(kind.ask(18, 0, 0, text, size, &number), kind.statusWithoutRoom);
+            EXPECT_STREQ(text, "###");
+        }
     }
 }
 

@@ -1,0 +1,20 @@
+#pragma once
+
+// Logs and traces without what differs from run to run: times, figures of memory, and addresses. Blocks are numbered in
+// the order of their allocation instead, so that a block that is released too early or in another order shows. Bytes
+// that are no printable ASCII become \xNN.
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+class SteadyText {
+  public:
+    std::string of(const std::string& text);
+
+  private:
+    std::string cut(std::string line);
+
+    std::map<std::string, uint32_t> blocks_; // by the digits of their addresses
+    uint32_t count_ = 0;
+};
