@@ -20,6 +20,7 @@ namespace {
 
 constexpr int64_t START_TIME = 1767225600; // 2026-01-01 00:00:00 UTC
 constexpr int PASS_SECONDS = 60;
+constexpr char SANITIZER_REPORT[] = "sanitizer";
 constexpr auto PATIENCE = std::chrono::seconds(30);
 
 int64_t endOfPass(int pass) {
@@ -36,18 +37,32 @@ std::vector<std::string> emulated(const std::vector<std::string>& arguments) {
     return words;
 }
 
-[[noreturn]] void becomeDaemon(const std::string& root, const std::vector<std::string>& arguments) {
+// The sanitizers' own handlers stay in force: the daemon's would end a crash with status 0. Leaks cannot be looked
+// for in a process that is traced.
+void setSanitizerOptions(const std::string& root, bool traced) {
+    const std::string log = ":log_path='" + root + "/" + SANITIZER_REPORT + "'";
+    const std::string address = "handle_segv=2:handle_abort=2:handle_sigill=2:detect_leaks=";
+    setenv("ASAN_OPTIONS", (address + (traced ? "0" : "1") + log).c_str(), 1);
+    setenv("UBSAN_OPTIONS", ("print_stacktrace=1" + log).c_str(), 1);
+    setenv("TSAN_OPTIONS", ("second_deadlock_stack=1" + log).c_str(), 1);
+}
+
+// Under a tracer, which starts the daemon, the command line is the tracer's.
+[[noreturn]] void becomeDaemon(const std::string& root, const std::vector<std::string>& tracer,
+                               const std::vector<std::string>& arguments) {
     setenv("BMC_ROOT", root.c_str(), 1);
     setenv("BMC_SPEED", "max", 1);
     setenv("BMC_TIME", std::to_string(START_TIME).c_str(), 1);
     setenv("BMC_UNTIL", std::to_string(endOfPass(1)).c_str(), 1);
     setenv("BMC_TRACE", "1", 1);
     setenv("TZ", "ABC-5:45", 1); // a mistaken time zone shows
+    setSanitizerOptions(root, !tracer.empty());
     dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
     dup2(open((root + "/stdout").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644), STDOUT_FILENO);
     dup2(open((root + "/stderr").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644), STDERR_FILENO);
     for (int descriptor = STDERR_FILENO + 1; descriptor < 256; ++descriptor) close(descriptor);
-    std::vector<std::string> words = emulated(arguments);
+    std::vector<std::string> words = tracer.empty() ? emulated(arguments) : tracer;
+    if (!tracer.empty()) words.emplace_back(WORKSTATION_EXECUTABLE);
     std::vector<char*> argv;
     for (std::string& word : words) argv.push_back(word.data());
     argv.push_back(nullptr);
@@ -55,11 +70,14 @@ std::vector<std::string> emulated(const std::vector<std::string>& arguments) {
     _exit(127);
 }
 
-// The process whose environment names the root.
+// The process whose environment names the root, less a tracer.
 pid_t findDaemon(const std::string& root) {
+    std::error_code gone;
     for (const auto& entry : std::filesystem::directory_iterator("/proc"))
         if (const int pid = int(strtol(entry.path().filename().c_str(), nullptr, 10)); pid > 0)
-            if (fileText(entry.path() / "environ").find("BMC_ROOT=" + root + '\0') != std::string::npos) return pid;
+            if (fileText(entry.path() / "environ").find("BMC_ROOT=" + root + '\0') != std::string::npos &&
+                std::filesystem::read_symlink(entry.path() / "exe", gone).filename() != "strace")
+                return pid;
     return 0;
 }
 
@@ -129,11 +147,26 @@ void DaemonProcess::describe(const json& change) {
 
 int DaemonProcess::launch(const std::vector<std::string>& arguments) {
     const pid_t started = fork();
-    if (started == 0) becomeDaemon(root_, arguments);
+    if (started == 0) becomeDaemon(root_, tracer_, arguments);
     int status = -1;
     waitFor("the end of the process started", [&] { return waitpid(started, &status, WNOHANG) == started; });
     pid_ = findDaemon(root_);
+    if (pid_ == 0 && !tracer_.empty()) { // it was killed before it was found; what is over it ends with status 0
+        while (!WIFSIGNALED(waitStatus_) && (pid_ = waitpid(-1, &waitStatus_, 0)) > 0) continue;
+        ended_ = true;
+    }
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+void DaemonProcess::restart() {
+    waitForEnd();
+    for (const char* file : {"simulator/until", "simulator/clock"}) remove(file);
+    tracer_.clear();
+    expected_.clear();
+    ended_ = false;
+    waitStatus_ = 0;
+    pid_ = 0;
+    runToPass(1);
 }
 
 void DaemonProcess::waitForStandingClock() {
@@ -207,6 +240,8 @@ std::string DaemonProcess::faults() const {
         if (!expected_.contains(std::stoi((*match)[1]))) found += match->str() + ", ";
     if (ended_ && expected_.empty()) found += "ended by itself, ";
     if (ended_ && waitStatus_ != 0) found += "ended with wait status " + std::to_string(waitStatus_) + ", ";
+    for (const auto& entry : std::filesystem::directory_iterator(root_))
+        if (entry.path().filename().string().starts_with(SANITIZER_REPORT)) found += fileText(entry.path());
     return found.empty() ? found : found + "standard error: " + read("stderr");
 }
 

@@ -45,6 +45,8 @@ class DaemonProcess {
     // Starts the executable; the exit status of the process started. The daemon that it leaves runs until pass 1 is
     // over and the clock stands.
     int launch(const std::vector<std::string>& arguments = {"ZEB_MIRA_Update"});
+    void launchUnder(const std::vector<std::string>& tracer) { tracer_ = tracer; } // a command that runs its last words
+    void restart(); // waits for the end, and for pass 1 of the new one, under no tracer
     void letRunToPass(int pass);
     void runToPass(int pass); // waits until it is over; launches the first time
 
@@ -55,17 +57,18 @@ class DaemonProcess {
     void signal(int number); // one that it survives: returns when its handler was entered
     int waitForEnd();        // the exit status, -1: killed
     int end(int number);     // sends a signal and waits
+    bool hasEnded();
 
     // To be called at the end of every test. A crash ends with status 0 like a stop, so the daemon log is searched too;
     // a daemon that still runs is stopped.
     void finish();
+    std::string faults() const; // the same as text, empty: none
 
   private:
     void waitForStandingClock();
-    bool hasEnded();
-    std::string faults() const;
 
     std::string root_;
+    std::vector<std::string> tracer_;
     nlohmann::json machine_;
     pid_t pid_ = 0;
     bool ended_ = false;
