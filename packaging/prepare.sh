@@ -17,6 +17,7 @@ test    command  /usr/sbin/snmpd         snmpd
 test    command  snmpget                 snmp
 checks  command  git                     git
 checks  command  readelf                 binutils
+checks  command  strace                  strace
 checks  command  clang-format-14         clang-format-14
 checks  command  run-clang-tidy-14       clang-tidy-14
 checks  command  i686-linux-gnu-g++      g++-i686-linux-gnu
