@@ -10,12 +10,14 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <regex>
 #include <sched.h>
 #include <sstream>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -39,6 +41,7 @@ const std::map<std::string, std::vector<std::string>> ERRORS = {{"openat", {"EAC
                                                                 {"fcntl", {"ENOLCK", "EAGAIN"}},
                                                                 {"fsync", {"EIO"}},
                                                                 {"rename", {"ENOSPC"}},
+                                                                {"unlink", {"EACCES"}},
                                                                 {"ftruncate", {"EIO"}},
                                                                 {"fchmod", {"EPERM"}},
                                                                 {"fchown", {"EPERM"}},
@@ -64,6 +67,7 @@ std::string configuration(unsigned values) {
     return text;
 }
 constexpr unsigned ALL_VALUES = 7;
+const std::vector<unsigned> ANY_VALUES = {0, 1, 2, 3, 4, 5, 6, ALL_VALUES};
 
 void prepare(DaemonProcess& daemon) {
     const auto text = [](const char* value) { return json({{"0", {{{"type", "text"}, {"value", value}}}}}); };
@@ -141,7 +145,7 @@ std::string checkKilled(DaemonProcess& daemon) {
 // A failed write counts as published: what changes next is written.
 std::string checkFailed(DaemonProcess& daemon, bool once) {
     daemon.runToPass(1);
-    if (const std::string wrong = checkAlways(daemon, {0, 1, 2, 3, 4, 5, 6, ALL_VALUES}); !wrong.empty()) return wrong;
+    if (const std::string wrong = checkAlways(daemon, ANY_VALUES); !wrong.empty()) return wrong;
     if (once) {
         daemon.describeName("another");
         daemon.runToPass(6);
@@ -198,6 +202,69 @@ std::vector<std::string> injectionsWherePossible() {
     return {};
 }
 
+// In mount and user namespaces of our own.
+bool enterNamespaces() {
+    const std::string map = "0 " + std::to_string(getuid()) + " 1";
+    const std::string groupMap = "0 " + std::to_string(getgid()) + " 1";
+    if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) return false;
+    std::ofstream("/proc/self/setgroups") << "deny";
+    std::ofstream("/proc/self/uid_map") << map;
+    std::ofstream("/proc/self/gid_map") << groupMap;
+    return getuid() == 0;
+}
+
+// A point is a directory that is a file system of its own, and how many pages are free in it.
+std::vector<std::string> fullDirectories() {
+    const pid_t child = fork();
+    if (child == 0) _exit(enterNamespaces() && mount("none", "/tmp", "tmpfs", 0, nullptr) == 0 ? 0 : 1);
+    int status = -1;
+    if (waitpid(child, &status, 0) != child || status != 0) {
+        puts("fullFileSystems: skipped, namespaces are not allowed here");
+        return {};
+    }
+    std::vector<std::string> points;
+    for (const char* directory : {"conf", "var", "tmp"})
+        for (int pages = 0; pages < 8; ++pages) points.push_back(directory + (" " + std::to_string(pages)));
+    return points;
+}
+
+// All but some of the space.
+void fill(const std::string& file, off_t freePages) {
+    const int fd = open(file.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    const std::string page(size_t(getpagesize()), 'x');
+    while (write(fd, page.data(), page.size()) > 0) continue;
+    if (ftruncate(fd, lseek(fd, 0, SEEK_END) - freePages * getpagesize()) != 0) throw std::runtime_error("not filled");
+    close(fd);
+}
+
+std::string runFull(const std::string& point) {
+    if (!enterNamespaces()) return "no namespaces";
+    const std::string directory = point.substr(0, point.find(' '));
+    DaemonProcess daemon;
+    std::filesystem::create_directories(daemon.path(directory));
+    if (mount("none", daemon.path(directory).c_str(), "tmpfs", 0, "size=512k") != 0) return "cannot mount";
+    prepare(daemon);
+    daemon.write(DAEMON_LOG, "");
+    daemon.write(RST_LOG, "");
+    daemon.describe({{"controllers", json::parse(fileText(MACHINES "/two-controllers.json"))["controllers"]}});
+    const std::string filler = directory + "/filler";
+    fill(daemon.path(filler), strtol(point.c_str() + directory.size(), nullptr, 10));
+    daemon.runToPass(1);
+    const std::string tree = daemon.read(TREE);
+    if (const std::string wrong = checkAlways(daemon, ANY_VALUES); !wrong.empty()) return wrong;
+    daemon.remove(filler);
+    daemon.describeName("another");
+    daemon.runToPass(6);
+    if (const std::string wrong = checkRecovered(daemon, "another"); !wrong.empty()) return wrong;
+    daemon.describeName("host");
+    daemon.runToPass(11);
+    if (!daemon.read(TREE).starts_with(tree)) return "no beginning of the tree: " + tree;
+    daemon.end(SIGTERM);
+    umount(daemon.path(directory).c_str());
+    return daemon.faults();
+}
+
 const bool REGISTERED = addTorture({"systemCalls", true, injectionsWherePossible, runInjection});
+const bool FULL_REGISTERED = addTorture({"fullFileSystems", true, fullDirectories, runFull});
 
 } // namespace
