@@ -2,10 +2,10 @@
 // point is what strace injects, in its own words: which call, its number among those of its name, and what becomes of
 // it.
 
-#include "tests/endToEnd/daemonProcess.h"
+#include "tests/torture/scene.h"
 #include "tests/torture/torture.h"
 
-#include <array>
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
@@ -24,8 +24,6 @@ namespace {
 
 using nlohmann::json;
 
-constexpr char CONF[] = "conf/snmp_users.conf";
-constexpr char NEW_CONF[] = "conf/snmpd.new";
 constexpr char RECORD[] = "systemCalls";
 constexpr char OLD_TREE[] = "<old/>\n";
 
@@ -56,35 +54,12 @@ const std::vector<std::string> COMBINED = {"rename:error=EROFS:when=2 unlink:err
                                            "rename:error=EROFS:when=2 unlink:signal=KILL:when=1",
                                            "rename:error=EROFS:when=1+ unlink:error=EROFS:when=1+"};
 
-// The old configuration, longer than a buffer, and with the new values that the bits name, in their order.
-std::string configuration(unsigned values) {
-    std::string text = "rocommunity public 127.0.0.1\nsysName old\n";
-    for (int i = 0; i < 200; ++i) text += "# a person's comment, number " + std::to_string(i) + "\n";
-    text += "sysContact nobody";
-    if ((values & 1U) != 0) text.replace(text.rfind("sysC"), std::string::npos, "sysContact\tsomebody\n");
-    if ((values & 2U) != 0) text += text.ends_with('\n') ? "sysLocation\there\n" : "\nsysLocation\there\n";
-    if ((values & 4U) != 0) text.replace(text.find("sysName old"), 11, "sysName\tnew");
-    return text;
-}
-constexpr unsigned ALL_VALUES = 7;
-const std::vector<unsigned> ANY_VALUES = {0, 1, 2, 3, 4, 5, 6, ALL_VALUES};
-
-void prepare(DaemonProcess& daemon) {
-    const auto text = [](const char* value) { return json({{"0", {{{"type", "text"}, {"value", value}}}}}); };
-    daemon.describe(
-        {{"configSpace", {{"5128", {{"raw", {{"0", "01000000"}}}}}}},
-         {"lcm",
-          {{"System Information",
-            {{"SystemContact", text("somebody")}, {"CabinetLocation", text("here")}, {"SystemName", text("new")}}}}}});
-    for (const char* directory : {"conf", "proc", "var/run"})
-        std::filesystem::create_directories(daemon.path(directory));
-    daemon.write(CONF, configuration(0));
-    chmod(daemon.path(CONF).c_str(), 0640);
-    daemon.write(TREE, OLD_TREE);
-    daemon.write(TRACE, "");
-    daemon.write("var/run/snmpd.pid", "4242\n"); // no process that the machine has
-    daemon.write(DAEMON_LOG, std::string(64001, 'x'));
-    daemon.write(RST_LOG, std::string(131072, 'x'));
+void prepare(Scene& scene) {
+    scene.layFiles();
+    scene.change(0);
+    scene.write(TREE, OLD_TREE);
+    scene.write(DAEMON_LOG, std::string(64001, 'x')); // is rotated, the other one as well
+    scene.write(RST_LOG, std::string(131072, 'x'));
 }
 
 void launchTraced(DaemonProcess& daemon, const std::vector<std::string>& injections) {
@@ -103,85 +78,62 @@ std::string recordOf(const DaemonProcess& daemon) {
     return daemon.read(RECORD);
 }
 
-bool isLocked(const std::string& path) {
-    const int fd = open(path.c_str(), O_RDWR | O_CLOEXEC);
-    const bool locked = fd != -1 && lockf(fd, F_TEST, 0) != 0;
-    close(fd);
-    return locked;
-}
-
-bool isTree(const std::string& text, const char* name) {
-    return text.ends_with("</QPRaidStorageDeviceTree>\n") &&
-           text.find(std::string("<Name>") + name + "</Name>") != std::string::npos;
-}
-
-// The values that the configuration holds; it is one of those allowed, or torn.
-std::string checkAlways(const DaemonProcess& daemon, const std::vector<unsigned>& allowed) {
-    const std::string text = daemon.read(CONF);
-    if (std::none_of(allowed.begin(), allowed.end(), [&](unsigned values) { return text == configuration(values); }))
-        return "the configuration is torn: " + text;
-    struct stat status = {};
-    if (stat(daemon.path(CONF).c_str(), &status) != 0 || (status.st_mode & 07777) != 0640) return "its mode is another";
-    for (const char* file : {TREE, RST_LOG, CONF})
-        if (isLocked(daemon.path(file))) return std::string("a lock is left on ") + file;
-    return {};
-}
-
-std::string checkRecovered(const DaemonProcess& daemon, const char* name) {
-    if (!isTree(daemon.read(TREE), name)) return "no new tree: " + daemon.read(TREE);
-    if (std::filesystem::exists(daemon.path(NEW_CONF))) return "snmpd.new is left";
-    return checkAlways(daemon, {ALL_VALUES});
-}
-
-// The first pass after a restart mends all.
-std::string checkKilled(DaemonProcess& daemon) {
-    const std::string tree = daemon.read(TREE);
-    if (const std::string wrong = checkAlways(daemon, {0, 1, 3, ALL_VALUES}); !wrong.empty()) return wrong;
-    daemon.restart();
-    if (tree != OLD_TREE && !daemon.read(TREE).starts_with(tree)) return "neither old tree nor new one: " + tree;
-    return checkRecovered(daemon, "host");
+// The values are put in place one after the other, and the first pass after a restart mends all.
+void demandRecovery(Scene& scene) {
+    const std::string tree = scene.read(TREE);
+    const ConfStates states = scene.confStates();
+    demand(std::is_sorted(states.rbegin(), states.rend()), "a later value was written before an earlier one");
+    scene.demandNoLocks();
+    scene.restart();
+    demand(tree == OLD_TREE || scene.read(TREE).starts_with(tree), "neither old tree nor new one: " + tree);
+    scene.demandPublished(0);
 }
 
 // A failed write counts as published: what changes next is written.
-std::string checkFailed(DaemonProcess& daemon, bool once) {
-    daemon.runToPass(1);
-    if (const std::string wrong = checkAlways(daemon, ANY_VALUES); !wrong.empty()) return wrong;
+void demandLifeGoesOn(Scene& scene, bool once) {
+    scene.runToPass(1);
+    scene.confStates();
+    scene.demandNoLocks();
     if (once) {
-        daemon.describeName("another");
-        daemon.runToPass(6);
-        if (const std::string wrong = checkRecovered(daemon, "another"); !wrong.empty()) return wrong;
+        scene.change(1);
+        scene.runToPass(6);
+        scene.demandPublished(1);
     }
-    daemon.end(SIGTERM);
-    if (recordOf(daemon).find("(INJECTED)") == std::string::npos) return "nothing failed";
-    if (const std::string wrong = daemon.faults(); !wrong.empty() || once) return wrong;
-    daemon.restart();
-    return checkRecovered(daemon, "host");
+    scene.end(SIGTERM);
+    demand(recordOf(scene).find("(INJECTED)") != std::string::npos, "nothing failed");
+    scene.demandNoFaults();
+    scene.restart();
+    scene.demandPublished(once ? 1 : 0);
 }
 
 std::string runInjection(const std::string& point) {
-    DaemonProcess daemon;
-    prepare(daemon);
+    Scene scene;
+    prepare(scene);
     std::istringstream words(point);
-    launchTraced(daemon, {std::istream_iterator<std::string>(words), {}});
-    if (point.find("signal=KILL") == std::string::npos) return checkFailed(daemon, !point.ends_with('+'));
-    waitFor("the kill", [&] { return daemon.hasEnded() || daemon.read("simulator/clock") == "standing"; });
-    if (!daemon.hasEnded()) daemon.end(SIGTERM); // a call of its end
-    if (daemon.waitForEnd() != -1) return "was not killed";
-    if (const std::string wrong = checkKilled(daemon); !wrong.empty()) return wrong;
-    daemon.end(SIGTERM);
-    return daemon.faults();
+    launchTraced(scene, {std::istream_iterator<std::string>(words), {}});
+    if (point.find("signal=KILL") == std::string::npos) {
+        demandLifeGoesOn(scene, !point.ends_with('+'));
+    } else {
+        waitFor("the kill", [&] { return scene.hasEnded() || scene.read("simulator/clock") == "standing"; });
+        if (!scene.hasEnded()) scene.end(SIGTERM); // a call of its end
+        demand(scene.waitForEnd() == -1, "was not killed");
+        demandRecovery(scene);
+    }
+    scene.end(SIGTERM);
+    scene.demandNoFaults();
+    return {};
 }
 
 std::vector<std::string> injections() {
-    DaemonProcess daemon;
-    prepare(daemon);
-    launchTraced(daemon, {});
-    daemon.runToPass(1);
-    daemon.end(SIGTERM);
+    Scene scene;
+    prepare(scene);
+    launchTraced(scene, {});
+    scene.runToPass(1);
+    scene.end(SIGTERM);
     std::map<std::string, int> numbers;
     std::vector<std::string> points = COMBINED;
-    std::istringstream record(recordOf(daemon));
-    const std::regex call(std::to_string(daemon.pid()) + R"( +(\w+)\(.*)");
+    std::istringstream record(recordOf(scene));
+    const std::regex call(std::to_string(scene.pid()) + R"( +(\w+)\(.*)");
     for (std::string line; std::getline(record, line);) {
         std::smatch match;
         if (!std::regex_match(line, match, call)) continue;
@@ -238,30 +190,30 @@ void fill(const std::string& file, off_t freePages) {
 }
 
 std::string runFull(const std::string& point) {
-    if (!enterNamespaces()) return "no namespaces";
+    demand(enterNamespaces(), "no namespaces");
     const std::string directory = point.substr(0, point.find(' '));
-    DaemonProcess daemon;
-    std::filesystem::create_directories(daemon.path(directory));
-    if (mount("none", daemon.path(directory).c_str(), "tmpfs", 0, "size=512k") != 0) return "cannot mount";
-    prepare(daemon);
-    daemon.write(DAEMON_LOG, "");
-    daemon.write(RST_LOG, "");
-    daemon.describe({{"controllers", json::parse(fileText(MACHINES "/two-controllers.json"))["controllers"]}});
+    Scene scene;
+    std::filesystem::create_directories(scene.path(directory));
+    demand(mount("none", scene.path(directory).c_str(), "tmpfs", 0, "size=512k") == 0, "cannot mount");
+    scene.layFiles();
+    scene.describe({{"controllers", json::parse(fileText(MACHINES "/two-controllers.json"))["controllers"]}});
+    scene.change(0);
     const std::string filler = directory + "/filler";
-    fill(daemon.path(filler), strtol(point.c_str() + directory.size(), nullptr, 10));
-    daemon.runToPass(1);
-    const std::string tree = daemon.read(TREE);
-    if (const std::string wrong = checkAlways(daemon, ANY_VALUES); !wrong.empty()) return wrong;
-    daemon.remove(filler);
-    daemon.describeName("another");
-    daemon.runToPass(6);
-    if (const std::string wrong = checkRecovered(daemon, "another"); !wrong.empty()) return wrong;
-    daemon.describeName("host");
-    daemon.runToPass(11);
-    if (!daemon.read(TREE).starts_with(tree)) return "no beginning of the tree: " + tree;
-    daemon.end(SIGTERM);
-    umount(daemon.path(directory).c_str());
-    return daemon.faults();
+    fill(scene.path(filler), strtol(point.c_str() + directory.size(), nullptr, 10));
+    scene.runToPass(1);
+    const std::string tree = scene.read(TREE);
+    scene.confStates();
+    scene.remove(filler);
+    scene.change(1);
+    scene.runToPass(6);
+    scene.demandPublished(1);
+    scene.change(0);
+    scene.runToPass(11);
+    demand(scene.read(TREE).starts_with(tree), "no beginning of the tree: " + tree);
+    scene.end(SIGTERM);
+    umount(scene.path(directory).c_str());
+    scene.demandNoFaults();
+    return {};
 }
 
 const bool REGISTERED = addTorture({"systemCalls", true, injectionsWherePossible, runInjection});
