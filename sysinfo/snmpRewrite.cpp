@@ -75,13 +75,13 @@ bool replaceConf() {
 } // namespace
 
 int rewriteSnmpConf(const char* key, const char* value) {
-    FILE* target = openNew();
-    if (target == nullptr) return -1;
+    // The old file first: while there is none, every pass comes here, and none of them is to touch the flash.
     FILE* source = openConf();
-    bool good = source != nullptr && copyLines(source, target, key, value) && fflush(target) == 0 &&
+    FILE* target = source == nullptr ? nullptr : openNew();
+    bool good = target != nullptr && copyLines(source, target, key, value) && fflush(target) == 0 &&
                 takeOwnerAndMode(source, target) && fsync(fileno(target)) == 0;
     if (source != nullptr) fclose(source);
-    if (fclose(target) != 0) good = false;
+    if (target != nullptr && fclose(target) != 0) good = false;
     if (good && replaceConf()) return 0;
     HostPathBuffer buffer;
     unlink(hostPath(NEW_FILE, buffer));
