@@ -20,7 +20,7 @@ constexpr int PAGE_ENDS = -1;
 int skipElementType(const uint8_t* page, uint32_t length, uint64_t offset, uint32_t count) {
     for (uint64_t i = 0; i <= count; ++i) {
         if (offset + DESCRIPTOR_HEADER > length) return PAGE_ENDS;
-        const unsigned textLength = page[offset + 2] << 8 | page[offset + 3];
+        const uint64_t textLength = uint64_t{page[offset + 2]} << 8 | page[offset + 3];
         offset += DESCRIPTOR_HEADER + textLength;
     }
     return offset <= length && offset <= INT32_MAX ? static_cast<int>(offset) : PAGE_ENDS;

@@ -69,8 +69,8 @@ constexpr unsigned char STOPS_IN_ATTRIBUTE = 2;
 
 constexpr std::array<unsigned char, 256> stops = [] {
     std::array<unsigned char, 256> table{};
-    for (const unsigned char c : {'\0', '&', '<', '>', '"', '\'', '\r'}) table[c] = STOPS;
-    for (const unsigned char c : {'\t', '\n'}) table[c] = STOPS_IN_ATTRIBUTE;
+    for (const char c : {'\0', '&', '<', '>', '"', '\'', '\r'}) table[static_cast<unsigned char>(c)] = STOPS;
+    for (const char c : {'\t', '\n'}) table[static_cast<unsigned char>(c)] = STOPS_IN_ATTRIBUTE;
     return table;
 }();
 
