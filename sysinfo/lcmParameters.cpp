@@ -9,13 +9,14 @@
 
 namespace {
 
+constexpr uint32_t LONGEST_VALUE = 16U * 1024 * 1024; // bytes; of one that says more nothing is believed
+
 void setMessage(char* message, const char* text) {
     snprintf(message, LCM_MESSAGE_SIZE, "%s", text);
 }
 
 // A heap copy of the value with a NUL behind it.
 void* copyBytes(const LCMParamEntry& entry, uint32_t length) {
-    if (length == UINT32_MAX) return nullptr; // no room for the NUL
     auto* copy = static_cast<char*>(malloc(size_t{length} + 1));
     if (copy == nullptr) return nullptr;
     memcpy(copy, entry.value, length);
@@ -31,9 +32,10 @@ LCMParamValue copyValue(const LCMParamEntry& entry, char* message) {
     case LCM_VALUE_RAW:
     case LCM_VALUE_TEXT:
         // A text without terminator ends at its length.
-        value.data = copyBytes(entry, entry.type == LCM_VALUE_RAW
-                                          ? entry.length
-                                          : uint32_t(strnlen(static_cast<const char*>(entry.value), entry.length)));
+        if (entry.length <= LONGEST_VALUE)
+            value.data = copyBytes(entry, entry.type == LCM_VALUE_RAW
+                                              ? entry.length
+                                              : uint32_t(strnlen(static_cast<const char*>(entry.value), entry.length)));
         if (value.data != nullptr) break;
         setMessage(message, "invalid data");
         value.type = LCM_VALUE_INVALID;
