@@ -1,0 +1,73 @@
+#pragma once
+
+// What the fuzz targets share. Each defines LLVMFuzzerTestOneInput; with clang libFuzzer calls it, everywhere else
+// replay.cpp calls it with the inputs kept in corpus/.
+
+#include "platform/xmlParser.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <string_view>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
+
+// Ends the process, which makes the input a finding.
+inline void demand(bool holds, const char* what) {
+    if (holds) return;
+    fprintf(stderr, "does not hold: %s\n", what);
+    abort();
+}
+
+struct FreeText {
+    void operator()(char* text) const { free(text); }
+};
+using Text = std::unique_ptr<char, FreeText>;
+
+// Takes an input apart; what is missing at its end reads as zeros or as nothing.
+class Input {
+  public:
+    Input(const uint8_t* data, size_t size) : rest_(reinterpret_cast<const char*>(data), size) {}
+
+    bool isEmpty() const { return rest_.empty(); }
+    std::string_view take(size_t size) {
+        const std::string_view taken = rest_.substr(0, size);
+        rest_.remove_prefix(taken.size());
+        return taken;
+    }
+    std::string_view takeAll() { return take(rest_.size()); }
+    std::string_view takeText() { // with a NUL behind it, unless it is the last
+        const std::string_view text = take(std::min(rest_.find('\0'), rest_.size()));
+        take(1);
+        return text;
+    }
+    template <class Number>
+    Number number() {
+        Number value{};
+        const std::string_view bytes = take(sizeof value);
+        if (!bytes.empty()) memcpy(&value, bytes.data(), bytes.size());
+        return value;
+    }
+    uint8_t byte() { return number<uint8_t>(); }
+
+  private:
+    std::string_view rest_;
+};
+
+// The document as text, which reads back as a document that is written in the same way.
+inline std::string writeAndReadBack(const XMLDoc* document) {
+    XMLWorkArea area;
+    const Text text(writeXMLEnhancedForBf(&area, document, "UTF-8", 0, 1));
+    demand(text != nullptr, "a document can be written");
+    XMLDoc* readBack = parseText(&area, text.get());
+    demand(readBack != nullptr && readBack->documentElement != nullptr, "what was written is well-formed");
+    const Text again(writeXMLEnhancedForBf(&area, readBack, "UTF-8", 0, 1));
+    demand(again != nullptr && strcmp(text.get(), again.get()) == 0, "what was written reads back equal");
+    freeXMLDoc(readBack);
+    return text.get();
+}

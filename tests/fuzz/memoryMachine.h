@@ -1,0 +1,25 @@
+#pragma once
+
+// The daemon's host and a described machine, without the machine file: both stand in memory. Targets that link
+// memoryMachine.cpp put a machine here and call the daemon, which asks the stand-in libraries, which ask this.
+
+#include "simulator/machine/machine.h"
+
+#include <set>
+#include <string>
+#include <vector>
+
+struct MemoryMachine {
+    sim::Machine machine; // but for its controllers
+    sim::Controllers controllers;
+    std::set<uint32_t> failingCalls; // by number: these find nothing
+    uint32_t failsFrom = UINT32_MAX; // and all from here on
+    uint32_t calls = 0;
+    std::vector<int> signalled; // process ids
+};
+extern MemoryMachine g_machine;
+
+// The empty temporary directory that takes the place of "/"; removed at the end. The RST log is not kept.
+const std::string& fuzzRoot();
+std::string readFileBelow(const std::string& path);
+void writeFileBelow(const std::string& path, std::string_view text);
