@@ -131,6 +131,8 @@ void readProcessMonitor(const Node& node, ProcessMonitor& monitor) {
 
 constexpr uint32_t LARGEST_VALUE = 1 << 24; // memory that a value or answer is given for a length
 
+constexpr size_t LARGEST_SUM = 1 << 28; // of all values
+
 // As the value functions of the parameter database number them.
 constexpr int32_t TYPE_RAW = 0;
 constexpr int32_t TYPE_TEXT = 1;
@@ -199,14 +201,18 @@ ParameterValue readParameterValue(const Node& node) {
 }
 
 void readParameters(const Node& node, ParameterGroups& groups) {
+    size_t taken = 0; // by values, whose lengths may be much more than the file's
     forEachMember(node, [&](const Node& group) {
         forEachMember(group, [&](const Node& name) {
             ParameterInstances& instances = groups[std::string(group.key)][std::string(name.key)];
             forEachMember(name, [&](const Node& instance) {
                 if (instance.json.is_null()) return;
                 std::vector<ParameterValue>& values = instances[signedNumberOf(instance)];
-                forEachElement(instance, ANY_COUNT,
-                               [&](const Node& value) { values.push_back(readParameterValue(value)); });
+                forEachElement(instance, ANY_COUNT, [&](const Node& value) {
+                    values.push_back(readParameterValue(value));
+                    if (values.back().value) taken += values.back().value->size();
+                    if (taken > LARGEST_SUM) value.fail("makes the values longer than 256 MiB in all");
+                });
             });
         });
     });
@@ -378,6 +384,15 @@ std::string bareText(const std::string& text) {
     return prefix != std::string::npos ? text.substr(prefix + 2) : text;
 }
 
+// Names of members come from the file; a fault is one line of a log.
+std::string oneLine(std::string text) {
+    constexpr size_t longest = 1000;
+    if (text.size() > longest) text.replace(longest, std::string::npos, "...");
+    for (char& character : text)
+        if (static_cast<unsigned char>(character) < 0x20 || character == 0x7F) character = '?';
+    return text;
+}
+
 } // namespace
 
 MachineReading readMachine(std::string_view text) {
@@ -392,6 +407,7 @@ MachineReading readMachine(std::string_view text) {
     } catch (const DoesNotFit& error) {
         reading.fault = (error.path.empty() ? "the file" : error.path) + ": " + error.text;
     }
+    reading.fault = oneLine(reading.fault);
     return reading;
 }
 
