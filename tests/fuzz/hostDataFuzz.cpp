@@ -94,6 +94,7 @@ void startAfresh() {
     writeFileBelow("/var/run/snmpd.run", "");
     restartSnmpdRegistration(); // not registered
     g_machine = {};
+    g_machine.now = 0;
     for (const char* count : {"DrvMonNumberComponents", "DrvMonNumberEvents"})
         for (const char* group : {"Driver Monitoring", "Driver Monitoring Events"})
             g_machine.machine.parameters[group][count][-1] = {{0, 2, 1, sim::Bytes{0}}};
@@ -101,6 +102,7 @@ void startAfresh() {
     pass();
     clearWrittenMarkers();
     g_machine = {};
+    g_machine.now = 0;
     writeFileBelow("/var/run/snmpd.run", "100\n");
     g_machine.machine.configSpace[5128] = {1, 0, 0, 0};
     g_machine.machine.ipmi.session = true;

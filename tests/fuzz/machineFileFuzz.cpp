@@ -80,7 +80,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::shared_ptr<const sim::Machine> machine = store.current();
     demand((machine == good) == !reading.fault.empty(), "a faulty machine file leaves the last good machine in force");
     demand(g_fault.empty() == reading.fault.empty(), "a fault is reported");
-    demand(g_fault.find_first_of("\n\r") == std::string::npos && g_fault.size() < 4096, "a fault is one line");
+    demand(g_fault.find_first_of("\n\r\x1b") == std::string::npos && g_fault.size() < 4096, "a fault is one line");
     checkMachine(*machine);
     return 0;
 }

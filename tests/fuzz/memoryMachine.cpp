@@ -110,9 +110,8 @@ unsigned hostSleep(unsigned /*seconds*/) {
     return 0;
 }
 
-// At the beginning of time the daemon takes nothing for done: a moment of 0 means never.
 HostTime hostTime() {
-    return {0, 0};
+    return {g_machine.now, 0};
 }
 
 int hostStartThread(pthread_t* /*thread*/, void* (* /*body*/)(void*)) {

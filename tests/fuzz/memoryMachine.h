@@ -15,6 +15,7 @@ struct MemoryMachine {
     std::set<uint32_t> failingCalls; // by number: these find nothing
     uint32_t failsFrom = UINT32_MAX; // and all from here on
     uint32_t calls = 0;
+    int64_t now = 1'767'225'600; // seconds since 1970; 0: nothing counts as done before
     std::vector<int> signalled; // process ids
 };
 extern MemoryMachine g_machine;

@@ -46,7 +46,7 @@ void build(Input& input) {
         const std::string name(input.takeText());
         const std::string text(input.takeText());
         if (!isAscii(name)) continue;
-        XMLNode* child = step % 4 == 0 && levels < MOST_LEVELS ? createElement(name.c_str()) : nullptr;
+        XMLNode* child = step % 4 == 0 && levels < MOST_LEVELS - 1 ? createElement(name.c_str()) : nullptr;
         if (appendChild(at, child) == XP_SUCCESS) {
             at = child;
             ++levels;

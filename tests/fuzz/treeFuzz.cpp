@@ -134,6 +134,8 @@ size_t mostOf(std::string_view parent, std::string_view child) {
         {{"Processor", "Fan"}, ELEMENT_CAPACITY},
         {{"Processor", "PowerSupply"}, ELEMENT_CAPACITY},
         {{"Processor", "TemperatureSensor"}, ELEMENT_CAPACITY},
+        {{"TemperatureSensor", "CriticalTemperatureL"}, 2},
+        {{"TemperatureSensor", "WarningTemperatureH"}, 2},
     };
     const auto found = most.find({parent, child});
     return found != most.end() ? found->second : 1;
