@@ -131,7 +131,7 @@ void readProcessMonitor(const Node& node, ProcessMonitor& monitor) {
 
 constexpr uint32_t LARGEST_VALUE = 1 << 24; // memory that a value or answer is given for a length
 
-constexpr size_t LARGEST_SUM = 1 << 28; // of all values
+constexpr size_t LARGEST_SUM = 1 << 26; // of all values
 
 // As the value functions of the parameter database number them.
 constexpr int32_t TYPE_RAW = 0;
@@ -211,7 +211,7 @@ void readParameters(const Node& node, ParameterGroups& groups) {
                 forEachElement(instance, ANY_COUNT, [&](const Node& value) {
                     values.push_back(readParameterValue(value));
                     if (values.back().value) taken += values.back().value->size();
-                    if (taken > LARGEST_SUM) value.fail("makes the values longer than 256 MiB in all");
+                    if (taken > LARGEST_SUM) value.fail("makes the values longer than 64 MiB in all");
                 });
             });
         });
