@@ -72,7 +72,7 @@ void checkCopy() {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    g_machine = {};
+    const MachineOfOneInput scope;
     unlink((fuzzRoot() + RST_FILE).c_str());
     Input input(data, size);
     for (int i = 0; i < 2; ++i) update(takeAnswer(input));

@@ -16,9 +16,17 @@ struct MemoryMachine {
     uint32_t failsFrom = UINT32_MAX; // and all from here on
     uint32_t calls = 0;
     int64_t now = 1'767'225'600; // seconds since 1970; 0: nothing counts as done before
-    std::vector<int> signalled; // process ids
+    std::vector<int> signalled;  // process ids
 };
 extern MemoryMachine g_machine;
+
+// Empties the machine at the end of an input: what is kept beyond it looks like a leak.
+struct MachineOfOneInput {
+    MachineOfOneInput() = default;
+    ~MachineOfOneInput() { g_machine = {}; }
+    MachineOfOneInput(const MachineOfOneInput&) = delete;
+    MachineOfOneInput& operator=(const MachineOfOneInput&) = delete;
+};
 
 // The empty temporary directory that takes the place of "/"; removed at the end. The RST log is not kept.
 const std::string& fuzzRoot();

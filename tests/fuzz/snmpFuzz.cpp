@@ -122,7 +122,6 @@ void startAfresh() {
         return true;
     }();
     demand(areThere, "there are processes");
-    g_machine = {};
     g_machine.machine.configSpace[5128] = {1, 0, 0, 0};
     unlink((fuzzRoot() + CONF_FILE).c_str());
     unlink((fuzzRoot() + "/var/run/snmpd.run").c_str());
@@ -148,6 +147,7 @@ int pclose(FILE* stream) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    const MachineOfOneInput scope;
     startAfresh();
     Input input(data, size);
     Values values = {

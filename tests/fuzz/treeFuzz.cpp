@@ -175,7 +175,7 @@ void compare(const OobMRCache* newCache, const OobMRCache* oldCache, bool haveSa
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t length) {
     static FILE* const discarded = fopen((fuzzRoot() + "/tmp/trace").c_str(), "w");
-    g_machine = {};
+    const MachineOfOneInput scope;
     Input input(data, length);
     g_traceEnabled = input.byte() & 1;
     g_traceFile = discarded;
