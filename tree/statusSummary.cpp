@@ -23,7 +23,7 @@ constexpr uint16_t PD_STATE_COPYBACK = 0x20;
 
 // What an element's status text means for its kind and for the whole.
 struct Verdict {
-    const char* status;
+    const char* status; // NULL: the library had no text
     const char* ofKind;
     const char* overall; // NULL: unchanged
 };
@@ -49,7 +49,7 @@ void judge(const XMLNode* element, const ElementKind& kind, const char*& ofKind,
     const char* status = getStatusText(element);
     if (status == nullptr || *status == '\0') return;
     for (const Verdict& verdict : kind.verdicts) {
-        if (kind.compare(status, verdict.status) != 0) continue;
+        if (verdict.status == nullptr || kind.compare(status, verdict.status) != 0) continue;
         ofKind = verdict.ofKind;
         if (verdict.overall != nullptr) overall = verdict.overall;
         return;

@@ -19,7 +19,7 @@ void copyText(char* target, int size, const char* text, size_t length) {
 }
 
 TextComposer& TextComposer::add(const char* text) {
-    append(text, strlen(text));
+    if (text != nullptr) append(text, strlen(text));
     return *this;
 }
 

@@ -18,7 +18,7 @@ void copyText(char* target, int size, const char* text, size_t length);
 class TextComposer {
   public:
     TextComposer(char* target, int size) : end_(target), room_(size_t(size) - 1) { *target = '\0'; }
-    TextComposer& add(const char* text);
+    TextComposer& add(const char* text); // NULL counts as an empty text
     TextComposer& add(int32_t number);
     TextComposer& addHex(uint64_t number); // sixteen digits
 
