@@ -3,8 +3,7 @@
 #include "daemon/logs.h"
 #include "platform/host.h"
 #include "platform/procmanager.h"
-#include "simulator/machine/callLog.h"
-#include "tests/fuzz/fuzz.h"
+#include "simulator/machine/faults.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -32,11 +31,6 @@ struct TemporaryRoot {
     }
 };
 
-bool fails() {
-    const uint32_t call = g_machine.calls++;
-    return call >= g_machine.failsFrom || g_machine.failingCalls.contains(call);
-}
-
 // Owned by g_machine.
 template <class Kind>
 std::shared_ptr<const Kind> shared(const Kind& object) {
@@ -44,6 +38,18 @@ std::shared_ptr<const Kind> shared(const Kind& object) {
 }
 
 } // namespace
+
+void takeFaults(Input& input) {
+    constexpr sim::FaultKind kinds[] = {sim::FaultKind::Error, sim::FaultKind::Empty, sim::FaultKind::Short,
+                                        sim::FaultKind::Garbage, sim::FaultKind::Counts};
+    const uint8_t head = input.byte();
+    g_machine.lastFaultStays = (head & 0x80) != 0;
+    uint32_t call = 0;
+    for (int count = head % 16; count > 0; --count) {
+        call += input.byte();
+        g_machine.faults[call++] = kinds[input.byte() % std::size(kinds)];
+    }
+}
 
 const std::string& fuzzRoot() {
     static const TemporaryRoot root;
@@ -64,25 +70,33 @@ void writeFileBelow(const std::string& path, std::string_view text) {
 namespace sim {
 
 std::shared_ptr<const Machine> currentMachine() {
-    static const Machine nothing;
-    return shared(fails() ? nothing : g_machine.machine);
+    return shared(g_machine.machine);
 }
 
 std::shared_ptr<const Controllers> takeControllers() {
-    return fails() ? nullptr : shared(g_machine.controllers);
+    return shared(g_machine.controllers);
 }
 
 std::shared_ptr<const Controller> findController(uint32_t id) {
     const auto& all = g_machine.controllers;
     const auto found = std::find_if(all.begin(), all.end(), [id](const Controller& c) { return c.id == id; });
-    return fails() || found == all.end() ? nullptr : shared(*found);
+    return found == all.end() ? nullptr : shared(*found);
+}
+
+Fault beginCall(std::string_view /*name*/, std::span<const CallValue> /*arguments*/) {
+    const auto& faults = g_machine.faults;
+    const uint32_t call = g_machine.calls++;
+    const auto fault = faults.find(call);
+    if (fault != faults.end()) return {fault->second, call};
+    const bool stays = g_machine.lastFaultStays && !faults.empty() && faults.rbegin()->first < call;
+    return stays ? Fault(faults.rbegin()->second, call) : Fault();
 }
 
 bool tracing() {
     return false;
 }
 
-void logCall(const char* /*name*/, std::initializer_list<CallValue> /*arguments*/, CallValue /*result*/,
+void logCall(const char* /*name*/, const CallValue* /*arguments*/, size_t /*count*/, CallValue /*result*/,
              CallOutput /*output*/) {}
 
 } // namespace sim

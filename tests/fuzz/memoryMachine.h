@@ -4,16 +4,17 @@
 // memoryMachine.cpp put a machine here and call the daemon, which asks the stand-in libraries, which ask this.
 
 #include "simulator/machine/machine.h"
+#include "tests/fuzz/fuzz.h"
 
-#include <set>
+#include <map>
 #include <string>
 #include <vector>
 
 struct MemoryMachine {
     sim::Machine machine; // but for its controllers
     sim::Controllers controllers;
-    std::set<uint32_t> failingCalls; // by number: these find nothing
-    uint32_t failsFrom = UINT32_MAX; // and all from here on
+    std::map<uint32_t, sim::FaultKind> faults; // by the number of the call
+    bool lastFaultStays = false;               // all calls behind it fail in the same way
     uint32_t calls = 0;
     int64_t now = 1'767'225'600; // seconds since 1970; 0: nothing counts as done before
     std::vector<int> signalled;  // process ids
@@ -27,6 +28,9 @@ struct MachineOfOneInput {
     MachineOfOneInput(const MachineOfOneInput&) = delete;
     MachineOfOneInput& operator=(const MachineOfOneInput&) = delete;
 };
+
+// The first bytes of an input: how many calls go wrong, of each how many are well before it, and its kind.
+void takeFaults(Input& input);
 
 // The empty temporary directory that takes the place of "/"; removed at the end. The RST log is not kept.
 const std::string& fuzzRoot();

@@ -111,17 +111,6 @@ void describeMachine(Input& input) {
     }
 }
 
-// The first bytes of an input: which calls fail.
-void takeSchedule(Input& input) {
-    uint32_t call = 0;
-    for (int count = input.byte() % 16; count > 0; --count) {
-        const uint8_t distance = input.byte();
-        call += distance;
-        if (distance == UINT8_MAX) g_machine.failsFrom = std::min(g_machine.failsFrom, call);
-        g_machine.failingCalls.insert(call++);
-    }
-}
-
 // How many children of one name an element may have; of every other name one.
 size_t mostOf(std::string_view parent, std::string_view child) {
     static const std::map<std::pair<std::string_view, std::string_view>, size_t> most = {
@@ -180,7 +169,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t length) {
     g_traceEnabled = input.byte() & 1;
     g_traceFile = discarded;
     g_allocCount = 0;
-    takeSchedule(input);
+    takeFaults(input);
 
     describeMachine(input);
     OobMRCache* first = nullptr;
