@@ -2,6 +2,7 @@
 
 #include "platform/lcm.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <cstdio>
 #include <cstdlib>
@@ -9,7 +10,7 @@
 
 namespace {
 
-constexpr uint32_t LONGEST_VALUE = 16U * 1024 * 1024; // bytes; of one that says more nothing is believed
+constexpr uint32_t LONGEST_VALUE = 16U * 1024 * 1024; // bytes; what a value has beyond it is not believed
 
 void setMessage(char* message, const char* text) {
     snprintf(message, LCM_MESSAGE_SIZE, "%s", text);
@@ -30,16 +31,17 @@ LCMParamValue copyValue(const LCMParamEntry& entry, char* message) {
     value.length = entry.length;
     switch (entry.type) {
     case LCM_VALUE_RAW:
-    case LCM_VALUE_TEXT:
+    case LCM_VALUE_TEXT: {
         // A text without terminator ends at its length.
-        if (entry.length <= LONGEST_VALUE)
-            value.data = copyBytes(entry, entry.type == LCM_VALUE_RAW
-                                              ? entry.length
-                                              : uint32_t(strnlen(static_cast<const char*>(entry.value), entry.length)));
+        const auto* text = static_cast<const char*>(entry.value);
+        const uint32_t length =
+            entry.type == LCM_VALUE_RAW ? entry.length : uint32_t(strnlen(text, std::min(entry.length, LONGEST_VALUE)));
+        if (length <= LONGEST_VALUE) value.data = copyBytes(entry, length);
         if (value.data != nullptr) break;
         setMessage(message, "invalid data");
         value.type = LCM_VALUE_INVALID;
         break;
+    }
     case LCM_VALUE_NUMBER:
         if (entry.length == 1 || entry.length == 2 || entry.length == 4 || entry.length == 8)
             memcpy(&value.number, entry.value, entry.length); // little-endian, the rest is zero

@@ -36,28 +36,19 @@ bool writeValueLine(FILE* target, const char* key, const char* value) {
     return fprintf(target, "%s\t%s\n", key, value) > 0;
 }
 
-bool isLineOf(const char* line, const char* key) {
-    const size_t length = strlen(key);
-    return strncmp(line, key, length) == 0 && line[length] == '\t';
-}
-
-// A line counts whole, however long it is. Of the lines that this daemon wrote for the key one is left: a value that
-// contains another key has its line replaced by that key's and is appended again, each time that one changes.
+// A line counts whole, however long it is.
 bool copyLines(FILE* source, FILE* target, const char* key, const char* value) {
     char* line = nullptr;
     size_t capacity = 0;
     bool found = false;
-    bool written = false; // in the place of a line of the daemon's own
-    bool ended = true;    // the last line has its newline
+    bool ended = true; // the last line has its newline
     bool good = true;
     ssize_t length = 0;
     while (good && (length = getline(&line, &capacity, source)) > 0) {
         if (strstr(line, key) != nullptr) {
             found = true;
             ended = true;
-            const bool isOwn = isLineOf(line, key);
-            if (!isOwn || !written) good = writeValueLine(target, key, value);
-            written = written || isOwn;
+            good = writeValueLine(target, key, value);
         } else {
             ended = line[length - 1] == '\n';
             good = fwrite(line, 1, size_t(length), target) == size_t(length);

@@ -56,12 +56,9 @@ std::string rewritten(const std::string& before, const Value& value) {
     const std::string fresh = value.key + "\t" + cleaned(value.text) + "\n";
     std::string after;
     bool found = false;
-    bool hasOwn = false;
     for (const std::string& line : linesOf(before)) {
-        const bool isOwn = line.starts_with(value.key + "\t");
-        if (!isOwn || !hasOwn) after += contains(line, value.key) ? fresh : line;
+        after += contains(line, value.key) ? fresh : line;
         found = found || contains(line, value.key);
-        hasOwn = hasOwn || isOwn;
     }
     if (!found && !after.empty() && after.back() != '\n') after += '\n';
     return found ? after : after + fresh;
