@@ -105,8 +105,8 @@ TEST_F(ValueFunctions, answerEachRowAsFarAsTheBufferGoes) {
                 const bool isLeftOut = answered != VALUE_OK; // as a date that does not fit
                 EXPECT_TRUE(!isLeftOut || std::regex_search(whole, date)) << whole;
                 EXPECT_EQ(number, wholeNumber);
-                if (!isLeftOut)
-                    EXPECT_EQ(std::string(text.data(), strnlen(text.data(), size)), whole.substr(0, size - 1));
+                const std::string told(text.data(), strnlen(text.data(), size));
+                EXPECT_TRUE(isLeftOut || told == whole.substr(0, size - 1)) << told;
             }
         }
     }
