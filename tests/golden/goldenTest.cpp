@@ -10,7 +10,7 @@
 #include "rst/treeWriters.h"
 #include "rst/updateCycle.h"
 #include "tests/daemon/outputs.h"
-#include "tests/golden/steadyText.h"
+#include "tests/support/steadyText.h"
 #include "tests/support/updateFixture.h"
 
 #include <cinttypes>

@@ -1,4 +1,4 @@
-#include "tests/golden/steadyText.h"
+#include "tests/support/steadyText.h"
 
 #include <sstream>
 
