@@ -127,7 +127,7 @@ void getNextPatrolRead(const Request& request) {
 
     const int64_t next = MR_TIME_EPOCH + properties->nextExec;
     const int64_t now = hostTime().seconds;
-    trace("CTRLPATNEXTEXEC: now time = %lu\n", static_cast<unsigned long>(now));
+    trace("CTRLPATNEXTEXEC: now time = %llu\n", static_cast<unsigned long long>(now));
     const int64_t latest = now + properties->execFreq;
     if (properties->execFreq != 0 && latest < next) return;
     trace("CTRLPATNEXTEXEC: curDelay= %llu, maxDelay= %llu\n", static_cast<unsigned long long>(next),
