@@ -1,5 +1,6 @@
 #include "daemon/logs.h"
 
+#include "daemon/logRotation.h"
 #include "tests/daemon/outputs.h"
 
 #include <fcntl.h>
@@ -76,6 +77,21 @@ TEST(RSTLog, isMadeWhenMissingAndSkippedWhenItCannotBe) {
     std::filesystem::create_directory(file);
     EXPECT_NE(logRST("skipped"), 0);
     std::filesystem::remove(file);
+}
+
+TEST(Logs, startAfreshBeyond4GiB) {
+    const std::string rstLog = below(RST_LOG_FILE);
+    const std::string daemonLog = below(DAEMON_LOG_FILE);
+    for (const std::string& file : {rstLog, daemonLog}) {
+        std::ofstream{file};
+        std::filesystem::resize_file(file, (uintmax_t{4} << 30) + 1);
+    }
+    EXPECT_EQ(logRST("fresh"), 0);
+    EXPECT_LT(std::filesystem::file_size(rstLog), 100U);
+    openLogFile();
+    rotateLogFile();
+    EXPECT_EQ(std::filesystem::file_size(daemonLog), 0U);
+    close(g_logFd.exchange(-1));
 }
 
 } // namespace

@@ -12,7 +12,7 @@ namespace {
 using Start = EndToEnd;
 
 std::string startRecord(const DaemonProcess& daemon) {
-    return "05:45\tThu Jan  1 05:45:00 2026\n\tstarted ZEB_MIRA_Update version 1.4.2  pid:" +
+    return "05:45\tSun Jan  1 05:45:00 2108\n\tstarted ZEB_MIRA_Update version 1.4.2  pid:" +
            std::to_string(daemon.pid()) + "\n";
 }
 

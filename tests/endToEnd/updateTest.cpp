@@ -29,7 +29,7 @@ Lines linesOf(const std::string& text) {
 
 // The messages of the update and of the writer, without the builders' own. Every line must bear a time.
 Lines messagesOf(const std::string& log) {
-    static const std::regex form(R"((?:2026/01/01 \d\d:\d\d:\d\d\.000000\t(.*))?)");
+    static const std::regex form(R"((?:2108/01/01 \d\d:\d\d:\d\d\.000000\t(.*))?)");
     static const std::regex wanted(R"(|(update\(\): |writeRST2File|buildoobMRCache\(\): Error).*)");
     Lines messages;
     for (const std::string& line : linesOf(log)) {
