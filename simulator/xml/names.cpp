@@ -43,7 +43,7 @@ const char** slotOf(const Document& document, const char* text, size_t length, u
 }
 
 bool growNames(Document& document) {
-    const size_t slots = document.nameSlots ? 2 * document.nameSlots : FIRST_SLOTS;
+    const size_t slots = document.nameSlots > 0 ? 2 * document.nameSlots : FIRST_SLOTS;
     auto** grown = static_cast<const char**>(allocate(document, slots * sizeof(char*)));
     if (!grown) return false;
     memset(grown, 0, slots * sizeof(char*));

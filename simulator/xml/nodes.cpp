@@ -37,16 +37,16 @@ ElementPart* needPart(XMLNode* element) {
 }
 
 bool isElement(const XMLNode* node) {
-    return node && node->nodeType == XML_ELEMENT_NODE;
+    return node != nullptr && node->nodeType == XML_ELEMENT_NODE;
 }
 
 bool isAttached(const XMLNode* element) {
-    return parentOf(element) || documentOf(element)->visible.documentElement == element;
+    return parentOf(element) != nullptr || documentOf(element)->visible.documentElement == element;
 }
 
 bool isWithin(const XMLNode* ancestor, const XMLNode* node) {
     while (node && node != ancestor) node = parentOf(node);
-    return node;
+    return node != nullptr;
 }
 
 const Attribute* findAttribute(const XMLNode* element, const char* name) {
@@ -205,6 +205,6 @@ XMLNode* findNextXmlNode(XMLNode* within, XMLNode* after, const char* name) {
     if (!interned) return nullptr;
     XMLNode* node = after;
     do node = nextNode(within, node);
-    while (node && node->nodeName != interned);
+    while (node != nullptr && node->nodeName != interned);
     return node;
 }

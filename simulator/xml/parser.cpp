@@ -63,7 +63,7 @@ void collectText(Reader& reader, const char* text, size_t length) {
 
 void flushText(Reader& reader, int32_t nodeType) {
     if (reader.length == 0 && nodeType == XML_TEXT_NODE) return;
-    if (!appendText(*reader.open, nodeType, reader.length ? reader.text : "")) giveUp(reader, "out of memory");
+    if (!appendText(*reader.open, nodeType, reader.length > 0 ? reader.text : "")) giveUp(reader, "out of memory");
     reader.length = 0;
 }
 

@@ -59,7 +59,7 @@ TextSize measureText(const char* text) {
     if (length > LONGEST_TEXT) return {PTRDIFF_MAX, true};
     TextSize size{0, true};
     const auto* bytes = reinterpret_cast<const unsigned char*>(text);
-    while (*bytes) {
+    while (*bytes != '\0') {
         const Piece piece = firstPiece(bytes);
         size.bytes += piece.allowed ? piece.bytes : REPLACEMENT_BYTES;
         size.asItIs = size.asItIs && piece.allowed;
@@ -74,7 +74,7 @@ void copyText(char* out, const char* text, TextSize size) {
         return;
     }
     const auto* bytes = reinterpret_cast<const unsigned char*>(text);
-    while (*bytes) {
+    while (*bytes != '\0') {
         const Piece piece = firstPiece(bytes);
         const size_t written = piece.allowed ? piece.bytes : REPLACEMENT_BYTES;
         if (piece.allowed) {

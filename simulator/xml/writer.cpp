@@ -90,7 +90,7 @@ void putReference(Writer& writer, char character) {
 // How many characters stand as they are before the text ends or one of them needs a reference.
 size_t plainLength(const char* text, unsigned char mask) {
     size_t length = 0;
-    while (!(stops[static_cast<unsigned char>(text[length])] & mask)) ++length;
+    while ((stops[static_cast<unsigned char>(text[length])] & mask) == 0) ++length;
     return length;
 }
 
@@ -99,7 +99,7 @@ void putEscaped(Writer& writer, const char* text, unsigned char mask) {
         const size_t length = plainLength(text, mask);
         put(writer, text, length);
         text += length;
-        if (!*text) return;
+        if (*text == '\0') return;
         putReference(writer, *text);
     }
 }
@@ -129,7 +129,7 @@ void putText(Writer& writer, const XMLNode* text) {
 // Child elements on lines of their own. White space between them is layout, not content, and is made anew.
 bool isBlock(const XMLNode* element) {
     const ElementPart* part = partOf(element);
-    return part && part->hasElements && !part->hasContent;
+    return part != nullptr && part->hasElements && !part->hasContent;
 }
 
 void beginNode(Writer& writer, const XMLNode* node) {
@@ -164,7 +164,7 @@ bool putLeafLine(Writer& writer, const XMLNode* node) {
     if (node->documentKey != KEY_LEAF || writer.inlined) return false;
     const char* text = node->firstChild->nodeValue;
     const size_t textLength = plainLength(text, STOPS);
-    if (text[textLength]) return false;
+    if (text[textLength] != '\0') return false;
     const size_t nameLength = lengthOfName(node->nodeName);
     const size_t indent = INDENT * writer.depth;
     char* out = extend(writer, indent + 2 * nameLength + textLength + strlen("<></>\n"));

@@ -78,7 +78,7 @@ void makeShared() {
     uint8_t* end = &g_descriptorPage[8];
     addDescriptors(end, BAYS, "Bay");
     addDescriptors(end, 2, "SN: PS23A00417\r\nREV: A02\r\n");
-    for (const uint32_t count : {4, 6, 1}) addDescriptors(end, count, "");
+    for (const uint32_t count : {4U, 6U, 1U}) addDescriptors(end, count, "");
     addDescriptors(end, 1, "SN: EP23B00042\r\nREV: B11\r\n");
 }
 

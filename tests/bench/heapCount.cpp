@@ -31,6 +31,7 @@ void resetHeapPeak() {
     g_count.peak = g_count.bytes;
 }
 
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): the C library's names are reserved ones
 void* malloc(size_t size) {
     return noted(__libc_malloc(size));
 }
@@ -51,3 +52,4 @@ void free(void* block) {
     g_count.bytes -= malloc_usable_size(block);
     __libc_free(block);
 }
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)

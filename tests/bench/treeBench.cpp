@@ -15,6 +15,7 @@
 #include <filesystem>
 #include <iostream>
 #include <memory>
+#include <stdexcept>
 
 namespace {
 
@@ -124,15 +125,29 @@ void printHeap() {
     free(writeXMLEnhancedForBf(&workArea, oobMRCache->rstDoc, "UTF-8", 0, 1));
 }
 
-int main(int argc, char* argv[]) {
-    const std::string root = "/tmp/treeBench.XXXXXX";
-    std::vector<char> directory(root.begin(), root.end());
-    directory.push_back('\0');
-    if (mkdtemp(directory.data()) == nullptr) return 1;
-    setRoot(directory.data());
-    for (const char* folder : {"/var", "/tmp"})
-        std::filesystem::create_directory(std::string(directory.data()) + folder);
+namespace {
 
+// A root directory, there while this lives.
+struct Root {
+    Root() {
+        char name[] = "/tmp/treeBench.XXXXXX";
+        if (mkdtemp(name) == nullptr) throw std::runtime_error("no directory");
+        path = name;
+        for (const char* folder : {"/var", "/tmp"}) std::filesystem::create_directory(path + folder);
+        setRoot(path);
+    }
+    ~Root() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path, ignored);
+    }
+    Root(const Root&) = delete;
+    Root& operator=(const Root&) = delete;
+
+    std::string path;
+};
+
+void run(int argc, char* argv[]) {
+    const Root root;
     const std::string mode = argc > 1 ? argv[1] : "";
     if (mode == "heap") {
         printHeap();
@@ -146,6 +161,16 @@ int main(int argc, char* argv[]) {
         requireSameText();
         benchmark::RunSpecifiedBenchmarks();
     }
-    std::filesystem::remove_all(directory.data());
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    try {
+        run(argc, argv);
+    } catch (const std::exception& error) {
+        fprintf(stderr, "treeBench: %s\n", error.what());
+        return 1;
+    }
     return 0;
 }
