@@ -41,12 +41,6 @@ SL_ENCL_ELEMENT_T getElement(const SL_ENCL_STATUS_T* status, EnclosureElement ki
     return status->element[getElementRange(*status, kind).begin + index];
 }
 
-MRCtrlInst* getController(int ctrlIndex) {
-    if (oobMRCache == nullptr || oobMRCache->mrCtrlInst == nullptr) return nullptr;
-    if (ctrlIndex < 0 || ctrlIndex >= getControllerCount(*oobMRCache)) return nullptr;
-    return oobMRCache->mrCtrlInst[ctrlIndex];
-}
-
 void indexDrives(MRCtrlInst& controller) {
     std::fill_n(controller.listBySlot.first, 256, NO_DRIVE);
     std::fill_n(controller.infoBySlot.first, 256, NO_DRIVE);

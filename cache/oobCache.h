@@ -111,7 +111,11 @@ uint32_t getElementCount(const SL_ENCL_STATUS_T* status, EnclosureElement kind);
 SL_ENCL_ELEMENT_T getElement(const SL_ENCL_STATUS_T* status, EnclosureElement kind, uint32_t index);
 
 // The controller's record; NULL when the index is out of range or the controller could not be read.
-MRCtrlInst* getController(int ctrlIndex);
+inline MRCtrlInst* getController(int ctrlIndex) {
+    if (oobMRCache == nullptr || oobMRCache->mrCtrlInst == nullptr) return nullptr;
+    if (ctrlIndex < 0 || ctrlIndex >= getControllerCount(*oobMRCache)) return nullptr;
+    return oobMRCache->mrCtrlInst[ctrlIndex];
+}
 
 // Fills listBySlot and infoBySlot from mrPdList and mrPdInfo.
 void indexDrives(MRCtrlInst& controller);

@@ -96,7 +96,13 @@ uint32_t readRotationalSpeed(const Drive& drive) {
 void setRpm(const Drive& drive, char* sval, int svalLen) {
     if (drive.info->mediaType != MEDIA_ROTATING || drive.info->powerState == POWER_STATE_SPUN_DOWN) return;
     const uint32_t speed = readRotationalSpeed(drive);
-    if (speed != 0) snprintf(sval, size_t(svalLen), "%.1f", speed / 1000.0);
+    if (speed == 0) return;
+    if (speed % 100 == 50) { // midway: the number in binary lies above or below, the format knows
+        snprintf(sval, size_t(svalLen), "%.1f", speed / 1000.0);
+        return;
+    }
+    const auto tenths = int32_t((uint64_t{speed} + 50) / 100);
+    TextComposer(sval, svalLen).add(tenths / 10).add(".").add(tenths % 10);
 }
 
 int32_t getDeviceNumber(const Drive& drive) {

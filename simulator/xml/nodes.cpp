@@ -16,7 +16,7 @@ ElementPart makePart(Document& document, XMLNode* element) {
 }
 
 // Gives a leaf its part. The text's nodeName, until now the parent's, turns to the leaf's own.
-ElementPart* growLeaf(XMLNode* element) {
+[[gnu::noinline]] ElementPart* growLeaf(XMLNode* element) {
     XMLNode* text = element->firstChild;
     Document& document = *documentOf(element);
     void* memory = allocate(document, sizeof(ElementPart));
@@ -58,7 +58,6 @@ const Attribute* findAttribute(const XMLNode* element, const char* name) {
 
 // The next node in document order that is not a leaf's text; NULL: `within` ends.
 XMLNode* nextNode(const XMLNode* within, XMLNode* node) {
-    if (node->documentKey == KEY_LEAF && node->nextSibling && node != within) return node->nextSibling; // mostly
     if (partOf(node) && node->firstChild) return node->firstChild;
     while (node != within) {
         if (node->nextSibling) return node->nextSibling;
@@ -203,8 +202,11 @@ XMLNode* findNextXmlNode(XMLNode* within, XMLNode* after, const char* name) {
     if (!isElement(within) || !after || !name || !isWithin(within, after)) return nullptr;
     const char* interned = findName(*documentOf(within), name);
     if (!interned) return nullptr;
-    XMLNode* node = after;
-    do node = nextNode(within, node);
-    while (node != nullptr && node->nodeName != interned);
+    XMLNode* node = nextNode(within, after);
+    while (node && node->nodeName != interned) {
+        // Mostly from leaf to leaf; below `within`, so that a sibling is too.
+        const bool hasNextLeaf = node->documentKey == KEY_LEAF && node->nextSibling;
+        node = hasNextLeaf ? node->nextSibling : nextNode(within, node);
+    }
     return node;
 }

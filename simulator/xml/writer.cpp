@@ -24,7 +24,7 @@ struct Writer {
     const XMLNode* inlined; // the outermost element whose content stands on its line; NULL: none is open
 };
 
-bool grow(Writer& writer, size_t length) {
+[[gnu::noinline]] bool grow(Writer& writer, size_t length) {
     if (writer.noMemory) return false;
     const size_t wanted = writer.length + length;
     const size_t capacity = std::max(wanted, writer.capacity + writer.capacity / 2);
@@ -39,7 +39,7 @@ bool grow(Writer& writer, size_t length) {
     return false;
 }
 
-char* extend(Writer& writer, size_t length) {
+inline char* extend(Writer& writer, size_t length) {
     if (length > writer.capacity - writer.length && !grow(writer, length)) return nullptr;
     char* end = writer.text + writer.length;
     writer.length += length;

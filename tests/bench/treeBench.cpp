@@ -1,5 +1,5 @@
-// What the tree costs, beside the same document by way of pugixml. Run without arguments it measures times; with
-// "heap" it prints heap figures, with "update CONTROLLERS DRIVES" it makes one update for a profiler.
+// What the tree costs, beside the same document by way of pugixml. Without arguments it measures times; with "heap"
+// it prints heap figures, with "update CONTROLLERS DRIVES" it makes one update for a profiler.
 
 #include "cache/cacheBuild.h"
 #include "cache/cacheRelease.h"
@@ -7,15 +7,60 @@
 #include "rst/treeWriters.h"
 #include "rst/updateCycle.h"
 #include "tests/bench/constants.h"
-#include "tests/bench/heapCount.h"
-#include "tests/bench/pugixmlTree.h"
 #include "tree/treeBuilder.h"
 
+#include <algorithm>
 #include <benchmark/benchmark.h>
 #include <filesystem>
-#include <iostream>
+#include <malloc.h>
 #include <memory>
+#include <pugixml.hpp>
 #include <stdexcept>
+#include <vector>
+
+// The C library's own, behind the names that are taken below.
+extern "C" { // NOLINTBEGIN(bugprone-reserved-identifier)
+void* __libc_malloc(size_t size);
+void* __libc_calloc(size_t count, size_t size);
+void* __libc_realloc(void* block, size_t size);
+void __libc_free(void* block);
+} // NOLINTEND(bugprone-reserved-identifier)
+
+namespace {
+
+size_t g_heapBytes; // handed out; one thread
+size_t g_heapPeak;
+
+void* noted(void* block) {
+    g_heapBytes += malloc_usable_size(block);
+    g_heapPeak = std::max(g_heapPeak, g_heapBytes);
+    return block;
+}
+
+} // namespace
+
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): the C library's names are reserved ones
+void* malloc(size_t size) {
+    return noted(__libc_malloc(size));
+}
+void* calloc(size_t count, size_t size) {
+    return noted(__libc_calloc(count, size));
+}
+void* realloc(void* block, size_t size) {
+    g_heapBytes -= malloc_usable_size(block);
+    return noted(__libc_realloc(block, size)); // memory is never short here
+}
+void free(void* block) {
+    g_heapBytes -= malloc_usable_size(block);
+    __libc_free(block);
+}
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
+
+// An update with nothing changed, and the text that it would have written; the profiler knows it by its name.
+[[gnu::noinline]] void measuredUpdate() {
+    updateRAIDStorageTree();
+    free(writeXMLEnhancedForBf(nullptr, oobMRCache->rstDoc, "UTF-8", 0, 1));
+}
 
 namespace {
 
@@ -29,39 +74,89 @@ struct Free {
 using Document = std::unique_ptr<XMLDoc, Free>;
 using Text = std::unique_ptr<char, Free>;
 
-Document makeDocument() {
-    return Document(getRSTfromCache());
-}
-
-Text serialise(const Document& document) {
-    XMLWorkArea workArea;
-    return Text(writeXMLEnhancedForBf(&workArea, document.get(), "UTF-8", 0, 1));
+void require(bool condition, const char* what) {
+    if (!condition) throw std::runtime_error(what);
 }
 
 void makeCache(uint32_t controllers, uint32_t drives) {
     freeoobMRCache(oobMRCache);
     setMachine(controllers, drives);
     char errorText[256];
-    if (buildoobMRCache(errorText) == nullptr) throw std::runtime_error("no cache");
+    require(buildoobMRCache(errorText) != nullptr, "no cache");
+}
+
+Document makeDocument() {
+    return Document(getRSTfromCache());
+}
+
+Text serialise(const Document& document) {
+    return Text(writeXMLEnhancedForBf(nullptr, document.get(), "UTF-8", 0, 1));
+}
+
+// What pugixml is told, laid out flat, so that only its own work is measured.
+struct Step {
+    const char* name; // NULL: the open element ends
+    const char* text; // of a leaf; NULL: it stays open
+    const char* attribute;
+    std::string value; // of the attribute; empty: there is none
+};
+
+void layOut(const XMLNode& element, std::vector<Step>& steps) {
+    const XMLNode* child = element.firstChild;
+    const bool isLeaf = child != nullptr && child->nodeType == XML_TEXT_NODE;
+    Step& step = steps.emplace_back(Step{element.nodeName, isLeaf ? child->nodeValue : nullptr, nullptr, ""});
+    for (const char* attribute : {"Nr", "Version"}) {
+        char value[32];
+        if (getAttribute(&element, attribute, value, sizeof value) != XP_SUCCESS) continue;
+        step.attribute = attribute;
+        step.value = value;
+    }
+    if (isLeaf) return;
+    for (; child != nullptr; child = child->nextSibling) layOut(*child, steps);
+    steps.push_back({});
+}
+
+void build(pugi::xml_document& document, const std::vector<Step>& steps) {
+    pugi::xml_node open = document;
+    for (const Step& step : steps) {
+        if (step.name == nullptr) {
+            open = open.parent();
+            continue;
+        }
+        pugi::xml_node element = open.append_child(step.name);
+        if (!step.value.empty()) element.append_attribute(step.attribute).set_value(step.value.c_str());
+        if (step.text != nullptr)
+            element.append_child(pugi::node_pcdata).set_value(step.text);
+        else
+            open = element;
+    }
+}
+
+struct StringWriter : pugi::xml_writer {
+    void write(const void* data, size_t size) override { text.append(static_cast<const char*>(data), size); }
+    std::string text;
+};
+
+std::string save(const pugi::xml_document& document) {
+    StringWriter writer;
+    document.save(writer, "  ", pugi::format_default, pugi::encoding_utf8);
+    return std::move(writer.text);
 }
 
 // Both ways come to the same text, or the figures mean nothing. pugixml's declaration names no encoding.
-void requireSameText() {
-    const Document document = makeDocument();
-    const std::vector<Step> steps = layOut(*document);
+std::vector<Step> stepsOf(const Document& document) {
+    std::vector<Step> steps;
+    layOut(*document->documentElement, steps);
     pugi::xml_document theirs;
     build(theirs, steps);
     const std::string ownText = serialise(document).get();
     const std::string theirText = save(theirs);
-    if (ownText.substr(ownText.find('\n')) != theirText.substr(theirText.find('\n')))
-        throw std::runtime_error("pugixml makes another document");
+    require(ownText.substr(ownText.find('\n')) == theirText.substr(theirText.find('\n')), "pugixml's text is another");
+    return steps;
 }
 
 void ownTree(benchmark::State& state) {
-    for (auto _ : state) {
-        const Document document = makeDocument();
-        benchmark::DoNotOptimize(serialise(document));
-    }
+    for (auto _ : state) benchmark::DoNotOptimize(serialise(makeDocument()));
 }
 
 void ownDocument(benchmark::State& state) {
@@ -77,7 +172,7 @@ void ownComparison(benchmark::State& state) {
 
 void pugixmlTree(benchmark::State& state) {
     const Document document = makeDocument();
-    const std::vector<Step> steps = layOut(*document);
+    const std::vector<Step> steps = stepsOf(document);
     for (auto _ : state) {
         pugi::xml_document theirs;
         build(theirs, steps);
@@ -92,46 +187,31 @@ BENCHMARK(pugixmlTree)->Unit(benchmark::kMillisecond);
 
 void printHeap() {
     makeCache(CONTROLLERS, DRIVES);
-    size_t before = heapCount().bytes;
+    size_t before = g_heapBytes;
     const Document document = makeDocument();
-    const size_t own = heapCount().bytes - before;
-    const std::vector<Step> steps = layOut(*document);
-    before = heapCount().bytes;
+    printf("ownDocument %zu\n", g_heapBytes - before);
+    const std::vector<Step> steps = stepsOf(document);
+    before = g_heapBytes;
     pugi::xml_document theirs;
     build(theirs, steps);
-    std::cout << "ownDocument " << own << "\npugixmlDocument " << heapCount().bytes - before << '\n';
+    printf("pugixmlDocument %zu\n", g_heapBytes - before);
 
     freeoobMRCache(oobMRCache);
     oobMRCache = nullptr;
     setMachine(2, 24);
-    updateRAIDStorageTree(); // what the C library allocates once is not the update's
-    freeoobMRCache(oobMRCache);
-    oobMRCache = nullptr;
-    before = heapCount().bytes;
-    resetHeapPeak();
+    before = g_heapPeak = g_heapBytes;
     for (int i = 0; i < 3; ++i) {
-        if (updateRAIDStorageTree() != UPDATE_WRITTEN) throw std::runtime_error("nothing written");
+        require(updateRAIDStorageTree() == UPDATE_WRITTEN, "nothing written");
         changeMachine();
     }
-    std::cout << "updatePeak " << heapCount().peak - before << '\n';
+    printf("updatePeak %zu\n", g_heapPeak - before);
 }
-
-} // namespace
-
-// Named for the profiler: an update with nothing changed, and the text it would have written.
-[[gnu::noinline]] void measuredUpdate() {
-    updateRAIDStorageTree();
-    XMLWorkArea workArea;
-    free(writeXMLEnhancedForBf(&workArea, oobMRCache->rstDoc, "UTF-8", 0, 1));
-}
-
-namespace {
 
 // A root directory, there while this lives.
 struct Root {
     Root() {
         char name[] = "/tmp/treeBench.XXXXXX";
-        if (mkdtemp(name) == nullptr) throw std::runtime_error("no directory");
+        require(mkdtemp(name) != nullptr, "no directory");
         path = name;
         for (const char* folder : {"/var", "/tmp"}) std::filesystem::create_directory(path + folder);
         setRoot(path);
@@ -158,7 +238,6 @@ void run(int argc, char* argv[]) {
     } else {
         benchmark::Initialize(&argc, argv);
         makeCache(CONTROLLERS, DRIVES);
-        requireSameText();
         benchmark::RunSpecifiedBenchmarks();
     }
 }
