@@ -387,7 +387,7 @@ std::string bareText(const std::string& text) {
 // Names of members come from the file; a fault is one line of a log.
 std::string oneLine(std::string text) {
     constexpr size_t longest = 1000;
-    if (text.size() > longest) text.replace(longest, std::string::npos, "...");
+    if (text.size() > longest) text = text.substr(0, longest) + "...";
     for (char& character : text)
         if (static_cast<unsigned char>(character) < 0x20 || character == 0x7F) character = '?';
     return text;
