@@ -21,6 +21,8 @@ checks  command  strace                  strace
 checks  command  clang-format-14         clang-format-14
 checks  command  run-clang-tidy-14       clang-tidy-14
 checks  command  i686-linux-gnu-g++      g++-i686-linux-gnu
+fuzz    command  clang++-14              clang-14
+fuzz    file     /usr/lib/llvm-14/lib/clang/14*/lib/linux/libclang_rt.fuzzer-*.a libclang-rt-14-dev
 bench   header   benchmark/benchmark.h   libbenchmark-dev
 bench   header   pugixml.hpp             libpugixml-dev
 bench   command  valgrind                valgrind
@@ -32,8 +34,9 @@ fail() {
     exit 1
 }
 
-isThere() { # command|header NAME
+isThere() { # command|file|header NAME
     case $1 in
+    file) compgen -G "$2" >/dev/null ;;
     command) command -v "$2" >/dev/null ;;
     header) g++ -E -x c++ - <<<"#include <$2>" >/dev/null 2>&1 ;;
     esac

@@ -38,8 +38,7 @@ bool isAnswered(const sim::Dqmi& dqmi) {
 // The text that a good answer carries, empty: none.
 std::string textOf(const sim::Dqmi& dqmi) {
     if (!isAnswered(dqmi) || !dqmi.answer || dqmi.length) return {};
-    const std::string text(dqmi.answer->begin(), dqmi.answer->end());
-    return text.c_str();
+    return {dqmi.answer->begin(), std::find(dqmi.answer->begin(), dqmi.answer->end(), 0)};
 }
 
 void update(const sim::Dqmi& dqmi) {

@@ -20,7 +20,7 @@ namespace {
 constexpr size_t MOST_DESCRIBED = 4; // controllers; more are listed, but cannot be read
 
 // A step of an input says what its bytes are about. The steps from STEPS on lay them over a record.
-enum Step : uint8_t { page, scalars, thresholds, controller, missing, size, name, others, next, STEPS };
+enum Step : uint8_t { page, scalars, thresholds, controller, missing, otherSize, name, others, next, STEPS };
 
 struct Patch {
     unsigned step;
@@ -76,7 +76,7 @@ void describe(sim::Controller& described, const Patch& patch, const sim::RecordL
         described.virtualDiskStatus = bytes.number<int32_t>();
     } else if (patch.step == missing) {
         records.erase(std::string(layout.name));
-    } else if (patch.step == size) {
+    } else if (patch.step == otherSize) {
         records[std::string(layout.name)].resize(bytes.number<uint16_t>());
     } else {
         lay(records.try_emplace(std::string(layout.name), layout.size).first->second, patch.offset, patch.bytes);
@@ -162,10 +162,10 @@ void compare(const OobMRCache* newCache, const OobMRCache* oldCache, bool haveSa
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t length) {
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static FILE* const discarded = fopen((fuzzRoot() + "/tmp/trace").c_str(), "w");
     const MachineOfOneInput scope;
-    Input input(data, length);
+    Input input(data, size);
     g_traceEnabled = input.byte() & 1;
     g_traceFile = discarded;
     g_allocCount = 0;
