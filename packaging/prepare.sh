@@ -1,5 +1,5 @@
 # shellcheck shell=bash disable=SC2154
-# Sourced by ./run, ./test and .ci/run: what must be on a machine, and the way from there to a build.
+# Sourced by ./run, ./test and tests/check: what must be on a machine, and the way from there to a build.
 # The caller sets `here`, the directory of the checkout.
 
 # When it is needed, how it is seen to be there, and its package in Debian and Ubuntu. Configuring looks for
@@ -20,7 +20,11 @@ checks  command  readelf                 binutils
 checks  command  strace                  strace
 checks  command  clang-format-14         clang-format-14
 checks  command  run-clang-tidy-14       clang-tidy-14
-checks  command  i686-linux-gnu-g++      g++-i686-linux-gnu
+armhf   command  arm-linux-gnueabihf-g++ g++-arm-linux-gnueabihf
+armhf   command  qemu-arm                qemu-user
+armhf   command  python3                 python3
+armhf   file     /usr/src/googletest/CMakeLists.txt googletest
+coverage command gcovr                   gcovr
 fuzz    command  clang++-14              clang-14
 fuzz    file     /usr/lib/llvm-14/lib/clang/14*/lib/linux/libclang_rt.fuzzer-*.a libclang-rt-14-dev
 bench   header   benchmark/benchmark.h   libbenchmark-dev
