@@ -38,13 +38,14 @@ sim::Bytes bytesOf(std::string_view bytes) {
     return {bytes.begin(), bytes.end()};
 }
 
-// A value whose memory is as long as its length, or one whose length is absurd.
+// A value whose memory is as long as its length, or one with an absurd length and a NUL at the end of its memory.
 sim::ParameterValue takeValue(Input& input) {
     const uint8_t kind = input.byte();
+    const bool isAbsurd = kind / 16 % 4 == 3;
     sim::ParameterValue value{kind % 4, kind / 4 % 4, input.byte(), {}};
-    if (kind / 16 % 4 == 3) value.length = input.number<uint32_t>() | 1U << 25;
     if (kind / 64 != 3) value.value = bytesOf(input.take(value.length));
-    if (value.value && value.length <= UINT8_MAX) value.value->resize(value.length);
+    if (value.value) value.value->resize(value.length + (isAbsurd ? 1 : 0));
+    if (isAbsurd) value.length = input.number<uint32_t>() | 1U << 26;
     return value;
 }
 

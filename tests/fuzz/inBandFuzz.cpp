@@ -22,7 +22,7 @@ sim::Dqmi takeAnswer(Input& input) {
     dqmi.opens = {(kind & 1) == 0};
     dqmi.readable = (kind & 4) == 0;
     if ((kind & 8) != 0) dqmi.status = input.number<int32_t>();
-    if ((kind & 16) != 0) dqmi.length = input.number<uint32_t>() | 1U << 25;
+    if ((kind & 16) != 0) dqmi.length = input.number<uint32_t>() | 1U << 26;
     if ((kind & 32) != 0) return dqmi;
     const std::string_view text = input.take(input.number<uint16_t>());
     dqmi.answer.emplace(text.begin(), text.end());
