@@ -4,6 +4,8 @@
 
 #include <cerrno>
 #include <csignal>
+#include <optional>
+#include <poll.h>
 #include <unistd.h>
 
 std::atomic<pid_t> g_mainPid = 0;
@@ -86,6 +88,19 @@ int lockFirstByte(int fd) {
     if (!inMainThread()) return lockf(fd, F_LOCK, 1);
     const Wait wait;
     return lockf(fd, F_LOCK, 1);
+}
+
+int lockFirstByteSoon(int fd) {
+    constexpr int attempts = 2000;
+    constexpr timespec interval = {0, 250000}; // not of the host's time: what is waited for is another process
+    std::optional<Wait> wait;
+    for (int attempt = 1; lseek(fd, 0, SEEK_SET) == 0; ++attempt) {
+        if (lockf(fd, F_TLOCK, 1) == 0) return 0;
+        if ((errno != EACCES && errno != EAGAIN) || attempt == attempts) break;
+        if (!wait && inMainThread()) wait.emplace();
+        ppoll(nullptr, 0, &interval, nullptr);
+    }
+    return -1;
 }
 
 void unlockFirstByte(int fd) {

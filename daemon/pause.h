@@ -33,3 +33,6 @@ void pauseSeconds(unsigned seconds);
 // another process holds it. Moves the file position to 0.
 int lockFirstByte(int fd);
 void unlockFirstByte(int fd);
+
+// The same for half a second, within which a reader has read; 0 or -1.
+int lockFirstByteSoon(int fd);

@@ -25,19 +25,27 @@ struct TreeFile {
     explicit TreeFile(const char* path) {
         deliverSignals(); // not while the file is empty
         HostPathBuffer buffer;
-        fd = open(hostPath(path, buffer), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+        const char* found = hostPath(path, buffer);
+        // A reader that is at it gets the moment it needs; who holds the lock for longer finds the file empty.
+        untruncated_ = open(found, O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+        if (untruncated_ != -1) lockFirstByteSoon(untruncated_);
+        fd = open(found, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
     }
-    ~TreeFile() {
-        if (fd != -1) ::close(fd);
-    }
+    ~TreeFile() { close(); }
+    // The first one that is closed releases the lock, which is the process's.
     void close() {
-        ::close(fd);
-        fd = -1;
+        for (int* descriptor : {&fd, &untruncated_}) {
+            if (*descriptor != -1) ::close(*descriptor);
+            *descriptor = -1;
+        }
     }
     TreeFile(const TreeFile&) = delete;
     TreeFile& operator=(const TreeFile&) = delete;
 
     int fd;
+
+  private:
+    int untruncated_; // the same file, opened before
 };
 
 // 0, or the errno of the last attempt. `what` names the file to the reader of the log.

@@ -47,29 +47,6 @@ void setSanitizerOptions(const std::string& root, bool traced) {
     setenv("TSAN_OPTIONS", ("second_deadlock_stack=1" + log).c_str(), 1);
 }
 
-// Under a tracer, which starts the daemon, the command line is the tracer's.
-[[noreturn]] void becomeDaemon(const std::string& root, const std::vector<std::string>& tracer,
-                               const std::vector<std::string>& arguments) {
-    setenv("BMC_ROOT", root.c_str(), 1);
-    setenv("BMC_SPEED", "max", 1);
-    setenv("BMC_TIME", std::to_string(START_TIME).c_str(), 1);
-    setenv("BMC_UNTIL", std::to_string(endOfPass(1)).c_str(), 1);
-    setenv("BMC_TRACE", "1", 1);
-    setenv("TZ", "ABC-5:45", 1); // a mistaken time zone shows
-    setSanitizerOptions(root, !tracer.empty());
-    dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
-    dup2(open((root + "/stdout").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644), STDOUT_FILENO);
-    dup2(open((root + "/stderr").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644), STDERR_FILENO);
-    for (int descriptor = STDERR_FILENO + 1; descriptor < 256; ++descriptor) close(descriptor);
-    std::vector<std::string> words = tracer.empty() ? emulated(arguments) : tracer;
-    if (!tracer.empty()) words.emplace_back(WORKSTATION_EXECUTABLE);
-    std::vector<char*> argv;
-    for (std::string& word : words) argv.push_back(word.data());
-    argv.push_back(nullptr);
-    execvp(words == arguments ? WORKSTATION_EXECUTABLE : argv[0], argv.data());
-    _exit(127);
-}
-
 // The process whose environment names the root, less a tracer.
 pid_t findDaemon(const std::string& root) {
     std::error_code gone;
@@ -145,9 +122,30 @@ void DaemonProcess::describe(const json& change) {
     std::filesystem::rename(path("machine.new"), path("machine.json")); // a new inode: seen whatever the clock shows
 }
 
+// Under a tracer, which starts the daemon, the command line is the tracer's.
+void DaemonProcess::become(const std::vector<std::string>& arguments) const {
+    for (const auto& [name, value] : environment_) setenv(name.c_str(), value.c_str(), 1);
+    setenv("BMC_ROOT", root_.c_str(), 1);
+    setenv("BMC_TIME", std::to_string(START_TIME).c_str(), 1);
+    setenv("BMC_UNTIL", std::to_string(endOfPass(1)).c_str(), 1);
+    setenv("TZ", "ABC-5:45", 1); // a mistaken time zone shows
+    setSanitizerOptions(root_, !tracer_.empty());
+    dup2(::open("/dev/null", O_RDONLY), STDIN_FILENO);
+    dup2(::open((root_ + "/stdout").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644), STDOUT_FILENO);
+    dup2(::open((root_ + "/stderr").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644), STDERR_FILENO);
+    for (int descriptor = STDERR_FILENO + 1; descriptor < 256; ++descriptor) ::close(descriptor);
+    std::vector<std::string> words = tracer_.empty() ? emulated(arguments) : tracer_;
+    if (!tracer_.empty()) words.emplace_back(WORKSTATION_EXECUTABLE);
+    std::vector<char*> argv;
+    for (std::string& word : words) argv.push_back(word.data());
+    argv.push_back(nullptr);
+    execvp(words == arguments ? WORKSTATION_EXECUTABLE : argv[0], argv.data());
+    _exit(127);
+}
+
 int DaemonProcess::launch(const std::vector<std::string>& arguments) {
     const pid_t started = fork();
-    if (started == 0) becomeDaemon(root_, tracer_, arguments);
+    if (started == 0) become(arguments);
     int status = -1;
     waitFor("the end of the process started", [&] { return waitpid(started, &status, WNOHANG) == started; });
     pid_ = findDaemon(root_);

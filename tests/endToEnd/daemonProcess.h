@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <gtest/gtest.h>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <string>
@@ -42,10 +43,13 @@ class DaemonProcess {
     void describe(const nlohmann::json& change);
     void describeName(const char* name) { describe({{"configSpace", {{"513", name}}}}); } // which a tree shows
 
+    // For the launches that follow.
+    void setEnvironment(const std::string& name, const std::string& value) { environment_[name] = value; }
+    void launchUnder(const std::vector<std::string>& tracer) { tracer_ = tracer; } // a command that runs its last words
+
     // Starts the executable; the exit status of the process started. The daemon that it leaves runs until pass 1 is
     // over and the clock stands.
     int launch(const std::vector<std::string>& arguments = {"ZEB_MIRA_Update"});
-    void launchUnder(const std::vector<std::string>& tracer) { tracer_ = tracer; } // a command that runs its last words
     void restart(); // waits for the end, and for pass 1 of the new one, under no tracer
     void letRunToPass(int pass);
     void runToPass(int pass); // waits until it is over; launches the first time
@@ -65,9 +69,11 @@ class DaemonProcess {
     std::string faults() const; // the same as text, empty: none
 
   private:
+    [[noreturn]] void become(const std::vector<std::string>& arguments) const;
     void waitForStandingClock();
 
     std::string root_;
+    std::map<std::string, std::string> environment_ = {{"BMC_SPEED", "max"}, {"BMC_TRACE", "1"}};
     std::vector<std::string> tracer_;
     nlohmann::json machine_;
     pid_t pid_ = 0;

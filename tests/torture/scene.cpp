@@ -1,5 +1,6 @@
 #include "tests/torture/scene.h"
 
+#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <regex>
@@ -11,6 +12,9 @@ namespace {
 using nlohmann::json;
 
 constexpr mode_t CONF_MODE = 0640;
+
+// In memory, where it can be: what is synced need not reach a disk, and a file is read page by page beside its writer.
+const bool IN_MEMORY = access("/dev/shm", W_OK) == 0 && setenv("TEST_TMPDIR", "/dev/shm", 0) == 0;
 
 // Longer than a buffer; a key is there without a value of ours, one without its newline, one not at all.
 std::string configuration(const ConfStates& states) {

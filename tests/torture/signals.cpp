@@ -85,6 +85,7 @@ std::string runMoment(const std::string& point) {
     Scene scene;
     scene.layFiles();
     scene.describe({{"controllers", json::parse(fileText(MACHINES "/two-controllers.json"))["controllers"]}});
+    scene.setEnvironment("BMC_TRACE", "0");
     scene.change(0);
     scene.runToPass(1);
     scene.letRunToPass(MANY_PASSES);

@@ -1,0 +1,101 @@
+// The agents' thread beside the passes, in running time, so that ThreadSanitizer can see both at work; and a reader of
+// the tree who takes the file's lock and reads once, beside the writer.
+
+#include "tests/torture/scene.h"
+#include "tests/torture/torture.h"
+
+#include <csignal>
+#include <fcntl.h>
+#include <filesystem>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+using nlohmann::json;
+
+constexpr int FLAPS = 200; // of the agents, each before another poll of theirs
+constexpr int READERS = 10;
+constexpr int UPDATES = 1000; // that each of them is to see
+constexpr int READS = 10;     // between two changes of the machine
+constexpr int MANY_PASSES = 10000000;
+
+json machineOf(const char* file) {
+    return json::parse(fileText(MACHINES "/" + std::string(file)));
+}
+
+// What the agents answer in turn: states, a refusal, nothing.
+std::string flapAgents(const std::string&) {
+    const json answers[] = {{{"state", 2}}, {{"state", 0}}, {{"state", 1}}, {{"response", {{"raw", {{"0", "C1"}}}}}}};
+    Scene scene;
+    scene.layFiles();
+    scene.describe(machineOf("rich.json"));
+    scene.setEnvironment("BMC_SPEED", "600"); // ten passes a second, and polls of the agents up to twenty
+    scene.setEnvironment("BMC_TRACE", "0");
+    scene.launch();
+    waitFor("the first tree", [&] { return !scene.read(TREE).empty(); });
+    for (int i = 0; i < FLAPS; ++i) {
+        scene.describe({{"agents", nullptr}});
+        if (i % 5 < 4) scene.describe({{"agents", answers[i % 5]}});
+        scene.change(i);
+        if (i % 10 == 0) scene.signal(SIGUSR1);
+        std::this_thread::sleep_for(std::chrono::milliseconds(100)); // NOLINT: the time under test is a running one
+    }
+    demand(scene.end(SIGTERM) == 0, "ended with another status than 0");
+    demand(scene.calls("LCMipmiSendCmdC").size() >= FLAPS, "the agents were not asked often enough");
+    scene.demandNoFaults();
+    return {};
+}
+
+// The text, or nothing when the file is empty.
+std::string readLocked(const std::string& path) {
+    std::string text(size_t{1} << 16U, '\0'); // twice its size
+    const int fd = open(path.c_str(), O_RDWR | O_CLOEXEC);
+    demand(fd != -1 && lockf(fd, F_LOCK, 1) == 0, "cannot lock the tree");
+    const ssize_t length = read(fd, text.data(), text.size());
+    close(fd);
+    text.resize(size_t(std::max<ssize_t>(length, 0)));
+    return text;
+}
+
+std::string readWhileWritten(const std::string&) {
+    Scene scene;
+    scene.describe({{"controllers", machineOf("two-controllers.json")["controllers"]}});
+    scene.setEnvironment("BMC_TRACE", "0");
+    scene.runToPass(1);
+    scene.letRunToPass(MANY_PASSES);
+    std::string last;
+    int updates = 0;
+    int empty = 0;
+    int reads = 0;
+    for (int state = 1; updates < UPDATES; ++state) {
+        scene.describeName(std::to_string(state).c_str());
+        for (int i = 0; i < READS; ++i, ++reads) {
+            const std::string text = readLocked(scene.path(TREE));
+            if (text.empty() && ++empty > 0) continue;
+            demand(text.starts_with("<?xml") && text.ends_with("</QPRaidStorageDeviceTree>\n"),
+                   "a part of " + std::to_string(text.size()) + " bytes");
+            if (text != last) ++updates;
+            last = text;
+        }
+    }
+    printf("%d updates, %d reads, %d of an empty file\n", updates, reads, empty);
+    scene.end(SIGTERM);
+    scene.demandNoFaults();
+    return {};
+}
+
+std::vector<std::string> flaps() {
+    return {"agents"};
+}
+
+std::vector<std::string> readers() {
+    std::vector<std::string> points;
+    for (int i = 0; i < READERS; ++i) points.push_back(std::to_string(i));
+    return points;
+}
+
+const bool FLAPS_REGISTERED = addTorture({"flappingAgents", true, flaps, flapAgents});
+const bool READERS_REGISTERED = addTorture({"readers", true, readers, readWhileWritten});
+
+} // namespace
