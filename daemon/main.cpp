@@ -111,6 +111,7 @@ int main(int argc, char* argv[]) {
     setCommandLocale();
     openLogFile();
     logStart(argv[0]);
+    installFirstHandlers();
     registerDaemon();
     installSignalHandlers();
     atexit(onExit);

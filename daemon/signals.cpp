@@ -108,6 +108,12 @@ void onInterruptSignal(int signal) {
     endDaemon();
 }
 
+// The process monitor may keep its answer for itself. Nothing is there yet that an exit would have to undo.
+void onSignalBeforeRegistration(int signal) {
+    HandlerLine().add("ZEB_MIRA_Update got signal ").add(signal).add("\n").write();
+    _exit(0);
+}
+
 // Returns, and so ends the pause that it interrupts.
 void onSnmpdRestartSignal(int signal) {
     if (signal != SIGUSR1 || passToMainThread(signal) || deferSignal(signal)) return;
@@ -133,6 +139,10 @@ void onGiveUp(int) {
 }
 
 } // namespace
+
+void installFirstHandlers() {
+    for (const int request : {SIGTERM, SIGINT}) std::signal(request, onSignalBeforeRegistration);
+}
 
 void installSignalHandlers() {
     std::signal(SIGTERM, onTerminateSignal);

@@ -13,6 +13,7 @@ static_assert(std::atomic<unsigned char>::is_always_lock_free);
 // 1: the process monitor has the daemon registered.
 extern std::atomic<int> g_procMonRegistered;
 
+void installFirstHandlers(); // until the daemon is registered
 void installSignalHandlers();
 
 // Keeps the signals that end or steer the daemon away from a thread started next; they are the main thread's.
