@@ -48,7 +48,7 @@ class Golden : public UpdateTest {
             describe(machine);
             std::filesystem::remove(below(RST_LOG_FILE));
             if (g_traceFile == nullptr) std::ofstream(trace).flush(); // a file that is there: the update is traced
-            const size_t told = std::filesystem::file_size(trace);
+            const auto told = size_t(std::filesystem::file_size(trace));
             testing::internal::CaptureStdout();
             outputs += "==== update: " + std::to_string(updateRAIDStorageTree()) + "\n";
             outputs += steady.of(testing::internal::GetCapturedStdout()) + "==== log\n" +
