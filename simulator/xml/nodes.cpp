@@ -205,7 +205,7 @@ XMLNode* findNextXmlNode(XMLNode* within, XMLNode* after, const char* name) {
     XMLNode* node = nextNode(within, after);
     while (node && node->nodeName != interned) {
         // Mostly from leaf to leaf; below `within`, so that a sibling is too.
-        const bool hasNextLeaf = node->documentKey == KEY_LEAF && node->nextSibling;
+        const bool hasNextLeaf = node->documentKey == KEY_LEAF && node->nextSibling != nullptr;
         node = hasNextLeaf ? node->nextSibling : nextNode(within, node);
     }
     return node;

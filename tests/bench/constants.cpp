@@ -59,7 +59,7 @@ void makeShared() {
         end += 4; // that of the type itself has no text
         for (; count > 0; --count, end += 4 + text.size()) {
             end[3] = uint8_t(text.size());
-            memcpy(end + 4, text.data(), text.size());
+            std::copy(text.begin(), text.end(), end + 4);
         }
     };
     for (const uint32_t count : ELEMENTS) addDescriptors(count, count == 2 ? "SN: PS23A00417\r\nREV: A02\r\n" : "");
@@ -202,8 +202,8 @@ int raid_PhysicalDeviceGetInfo(uint32_t ctrlId, uint16_t id, MR_PD_INFO* info) {
 int raid_FirePDSATAPassthru_Identify(uint32_t, uint16_t, void* identifyData) { return copyTo(identifyData, g_identifyData); }
 int raid_PhysicalDeviceGetPortNumber(const MR_PD_INFO* device, const MR_CTRL_INFO*) { return std::countr_zero(device->connectedPortBitmap) % 8; }
 int raid_PhysicalDriveGetEnclosureNumber(const MR_PD_INFO* drive, const MR_CTRL_INFO*, const MR_SAS_CONNECTORS*, const MR_ENCL_LIST*) { return drive->enclDeviceId; }
-int raid_PhysicalDriveGetSasRotationalSpeed(uint32_t, uint16_t, uint32_t* rpm) { return (*rpm = 10500) != 10500; }
-int raid_PhysicalDriveGetAtaRotationalSpeed(uint32_t, uint16_t, uint32_t* rpm) { return (*rpm = 7200) != 7200; }
+int raid_PhysicalDriveGetSasRotationalSpeed(uint32_t, uint16_t, uint32_t* rpm) { return copyTo(rpm, uint32_t{10500}); }
+int raid_PhysicalDriveGetAtaRotationalSpeed(uint32_t, uint16_t, uint32_t* rpm) { return copyTo(rpm, uint32_t{7200}); }
 int raid_PhysicalGetDriveTemperature(uint32_t, uint16_t) { return 30; }
 const char* raid_GetDeviceInterfaceType(uint8_t interface) { return interface == MR_PD_INTF_SAS ? "SAS" : "SATA"; }
 const char* raid_GetHddFirmwareState(uint16_t fwState) {
