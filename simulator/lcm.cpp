@@ -98,12 +98,14 @@ const std::vector<sim::ParameterValue>* findValues(const sim::ParameterGroups& g
     return values != instances->second.end() ? &values->second : nullptr;
 }
 
-// A block of the value's own size, so that a read beyond it shows.
+// A block of the value's own size, so that a read beyond it shows; behind it a NUL where the length says more, which
+// leaves a text that can be read.
 void* copyValue(const std::optional<sim::Bytes>& value, const sim::Fault& fault) {
     if (!value) return nullptr;
     const auto described = static_cast<uint32_t>(value->size());
-    const size_t length = std::min(described, fault.spoiledLength(described));
-    void* block = malloc(std::max<size_t>(length, 1));
+    const uint32_t said = fault.spoiledLength(described);
+    const size_t length = std::min(described, said);
+    void* block = calloc(1, std::max<size_t>(length + (said > described ? 1 : 0), 1));
     if (block != nullptr) fault.spoil(block, sim::copyRecord(*value, block, length));
     return block;
 }
