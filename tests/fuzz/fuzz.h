@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -23,6 +24,19 @@ inline void demand(bool holds, const char* what) {
     fprintf(stderr, "does not hold: %s\n", what);
     abort();
 }
+
+// Removed at the end, but for what a finding leaves.
+struct TemporaryDirectory {
+    std::string path = (std::filesystem::temp_directory_path() / "fuzzXXXXXX").string();
+
+    TemporaryDirectory() { demand(mkdtemp(path.data()) != nullptr, "a temporary directory can be made"); }
+    ~TemporaryDirectory() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path, ignored);
+    }
+    TemporaryDirectory(const TemporaryDirectory&) = delete;
+    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+};
 
 struct FreeText {
     void operator()(char* text) const { free(text); }

@@ -6,23 +6,12 @@
 #include "simulator/machine/root.h"
 #include "tests/fuzz/fuzz.h"
 
-#include <filesystem>
 #include <fstream>
 #include <set>
 
 namespace {
 
 std::string g_fault; // as reported last
-
-struct TemporaryDirectory {
-    std::string path = (std::filesystem::temp_directory_path() / "fuzzRootXXXXXX").string();
-
-    TemporaryDirectory() { demand(mkdtemp(path.data()) != nullptr, "a temporary directory can be made"); }
-    ~TemporaryDirectory() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
-    }
-};
 
 const std::string& machineFile() {
     static const TemporaryDirectory directory;

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -15,21 +14,13 @@ MemoryMachine g_machine;
 
 namespace {
 
-struct TemporaryRoot {
-    std::string path = (std::filesystem::temp_directory_path() / "fuzzRootXXXXXX").string();
-
-    TemporaryRoot() {
-        demand(mkdtemp(path.data()) != nullptr, "a temporary directory can be made");
-        for (const char* directory : {"/var/run", "/tmp", "/conf", "/proc"})
-            std::filesystem::create_directories(path + directory);
-        // The daemon's own remarks are no findings.
-        demand(freopen("/dev/null", "w", stdout) != nullptr, "standard output can be discarded");
-    }
-    ~TemporaryRoot() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
-    }
-};
+std::string layOutRoot(const std::string& root) {
+    for (const char* directory : {"/var/run", "/tmp", "/conf", "/proc"})
+        std::filesystem::create_directories(root + directory);
+    // The daemon's own remarks are no findings.
+    demand(freopen("/dev/null", "w", stdout) != nullptr, "standard output can be discarded");
+    return root;
+}
 
 // Owned by g_machine.
 template <class Kind>
@@ -52,8 +43,9 @@ void takeFaults(Input& input) {
 }
 
 const std::string& fuzzRoot() {
-    static const TemporaryRoot root;
-    return root.path;
+    static const TemporaryDirectory directory;
+    static const std::string root = layOutRoot(directory.path);
+    return root;
 }
 
 std::string readFileBelow(const std::string& path) {

@@ -2,7 +2,6 @@
 
 #include "tests/fuzz/fuzz.h"
 
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <vector>
