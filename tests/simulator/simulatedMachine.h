@@ -2,14 +2,12 @@
 
 // A described machine for tests that call the stand-in libraries in this process.
 
-#include "tests/support/simulatedRoot.h"
+#include "tests/daemon/outputs.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <unistd.h>
 
@@ -21,9 +19,7 @@ inline std::string makeTemporaryDirectory() {
 }
 
 inline std::string readFile(const std::string& path) {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
+    return textOf(path);
 }
 
 inline void writeFile(const std::string& path, const std::string& text) {

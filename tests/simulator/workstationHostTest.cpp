@@ -1,8 +1,6 @@
 #include "platform/appHelper.h"
-#include "platform/csm.h"
 #include "platform/host.h"
 #include "platform/lcm.h"
-#include "platform/procmanager.h"
 #include "platform/storelib.h"
 
 #include "tests/simulator/simulatedMachine.h"
@@ -126,28 +124,6 @@ TEST_F(HostProcess, aThreadIsCancelledInItsSleep) {
         EXPECT_EXIT(runCancellation(root, speed), testing::ExitedWithCode(0), "<joined>");
 }
 
-// A handler may end the process wherever it finds it.
-void exitInHandler(int) {
-    exit(0);
-}
-
-void runExitInHandler(const std::string& root) {
-    HostProcess::settings(root, {{"BMC_SPEED", "max"}, {"BMC_UNTIL", "0"}});
-    signal(SIGALRM, exitInHandler);
-    atexit([] { hostSyslog("ended"); });
-    pthread_t thread = {};
-    hostStartThread(&thread, sleepForEver);
-    const itimerval soon = {{0, 0}, {0, 20000}};
-    setitimer(ITIMER_REAL, &soon, nullptr);
-    hostSleep(60);
-}
-
-TEST_F(HostProcess, aHandlerMayExitWhileTheClockStands) {
-    EXPECT_EXIT(runExitInHandler(root), testing::ExitedWithCode(0), "");
-    EXPECT_EQ(readFile(root + "/simulator/syslog"), "ended\n");
-    EXPECT_EQ(readFile(root + "/simulator/clock"), "standing");
-}
-
 void runTracedCalls(const std::string& root) {
     HostProcess::settings(root, {{"BMC_SPEED", "max"}, {"BMC_TIME", "5000"}, {"BMC_TRACE", "1"}});
     if (hostSleep(600) != 0 || hostTime().seconds != 5600 || hostTime().microseconds != 0) _exit(1);
@@ -189,25 +165,21 @@ class RecordedCalls : public simtest::SimulatedMachine {
     }
 };
 
-TEST_F(RecordedCalls, configurationItemsAreReadAndWritten) {
+TEST_F(RecordedCalls, configurationItemsAreAsDescribedUntilTheyAreWritten) {
     describe(
         R"({"configSpace": {"513": "host", "5128": {"raw": {"0": "0102030405"}}}, "configSpaceWriteFails": [5128]})");
     const auto read = [](uint16_t id, uint32_t length) {
         char bytes[8] = "zzzzzzz";
         return LCMconfigSpaceRead(id, 3, bytes, length) == 1 ? std::string(bytes, 7) : "none";
     };
-    EXPECT_EQ(read(513, 8), std::string("host\0zz", 7));
-    EXPECT_EQ(read(5128, 4), "\1\2\3\4zzz");
-    EXPECT_EQ(read(12, 8), "none");
+    EXPECT_EQ(read(513, 8) + read(5128, 4) + read(12, 8), std::string("host\0zz\1\2\3\4zzznone", 18));
     EXPECT_EQ(LCMconfigSpaceWrite(12, 0, "\x0a\x0b", 2), 1);
     EXPECT_EQ(LCMconfigSpaceWrite(513, 0, "", 0), 1);
     EXPECT_EQ(LCMconfigSpaceWrite(5128, 0, "no", 2), 0);
-    EXPECT_EQ(read(12, 8), "\x0a\x0bzzzzz");
-    EXPECT_EQ(read(513, 8), "zzzzzzz");
-    EXPECT_EQ(read(5128, 1), "\1zzzzzz");
-    describe(R"({"configSpace": {"513": "host"}})");
-    EXPECT_EQ(read(12, 8), "\x0a\x0bzzzzz");
-    EXPECT_EQ(read(513, 8), "zzzzzzz");
+    for (const char* machine : {R"({"configSpace": {"5128": null}})", R"({"configSpace": {"513": "host"}})"}) {
+        EXPECT_EQ(read(12, 8) + read(513, 8), "\x0a\x0bzzzzzzzzzzzz");
+        describe(machine);
+    }
     describe(R"({"configSpace": {"513": "other"}})");
     EXPECT_EQ(read(513, 8), std::string("other\0z", 7));
     const std::vector<std::string> expected = {
@@ -215,33 +187,6 @@ TEST_F(RecordedCalls, configurationItemsAreReadAndWritten) {
         R"("call": "LCMconfigSpaceWrite", "args": [513, 0, "", 0], "result": 1})",
         R"("call": "LCMconfigSpaceWrite", "args": [5128, 0, "6e6f", 2], "result": 0})"};
     EXPECT_EQ(calls(), expected);
-}
-
-TEST_F(RecordedCalls, theAgentsAnswerTheirOwnRequestOnly) {
-    const uint8_t request[] = {0, 0, 0, 8};
-    const struct {
-        const char* agents;
-        uint8_t command;
-        uint32_t length;
-        int result;
-        int ends; // the first byte, the sixth and the seventh
-    } cases[] = {
-        {"null", 2, 4, 0, 0xFFFFFF},
-        {R"({"state": 2})", 2, 4, 1, 0x0002FF},
-        {R"({"state": 2})", 3, 4, 0, 0xFFFFFF},
-        {R"({"state": 2})", 2, 3, 0, 0xFFFFFF},
-        {R"({"response": {"raw": {"0": "c1"}}})", 2, 4, 1, 0xC1FFFF},
-        {R"({"response": {"raw": {"0": "000000000107080909090909090909090909"}}})", 2, 4, 1, 0x000708},
-    };
-    for (const auto& [agents, command, length, result, ends] : cases) {
-        describe(std::string(R"({"agents": )") + agents + "}");
-        uint8_t answer[16];
-        memset(answer, 0xFF, sizeof answer);
-        EXPECT_EQ(LCMipmiSendCmdC(0xB8, command, length, request, sizeof answer, answer), result) << agents;
-        EXPECT_EQ(answer[0] << 16 | answer[5] << 8 | answer[6], ends) << agents;
-    }
-    EXPECT_EQ(calls().at(1),
-              R"("call": "LCMipmiSendCmdC", "args": [184, 2, 4, "00000008", 16], "result": 1, "out": "000000000102"})");
 }
 
 } // namespace

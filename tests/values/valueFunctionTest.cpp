@@ -89,7 +89,7 @@ TEST_F(ValueFunctions, haveSoundTables) {
 
 // A buffer of each size lies on the heap in its exact size, and is filled.
 TEST_F(ValueFunctions, answerEachRowAsFarAsTheBufferGoes) {
-    const std::regex date("^\\d{4}-\\d\\d-\\d\\d");
+    const std::regex date(R"(^\d{4}-\d\d-\d\d)");
     for (const Kind& kind : KINDS) {
         for (const ParamTableEntry& row : kind.table.first(kind.ask ? kind.table.size() - 1 : 0)) {
             SCOPED_TRACE(std::string(kind.name) + " " + row.displayName);
