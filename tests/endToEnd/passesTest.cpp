@@ -31,31 +31,6 @@ TEST_F(Passes, haveTheirRhythm) {
     EXPECT_EQ(timesOf(daemon, "updateSystemStatus"), Times({60, 180, 300, 420, 540}));
 }
 
-// The agents change after each row's last pass; the poll that is due then still keeps the old row's interval.
-TEST_F(Passes, pollTheAgentsByTheirState) {
-    const struct {
-        nlohmann::json agents;
-        int lastPass;
-        Times polls;
-    } rows[] = {{nullptr, 2, {0, 60}},
-                {{{"state", 2}}, 4, {120, 150, 180, 210}},
-                {{{"state", 1}}, 5, {240, 270}},
-                {{{"state", 0}}, 7, {300, 360}},
-                {{{"state", 1}}, 8, {420, 450}},
-                {{{"response", {{"raw", {{"4", "0107"}}}}}}, 10, {480, 540}},              // an unknown state
-                {{{"response", {{"raw", {{"0", "C1"}, {"4", "0102"}}}}}}, 12, {600, 660}}, // refused
-                {{{"response", {{"raw", {{"4", "0002"}}}}}}, 14, {720, 780}}};
-    Times polls;
-    for (const auto& row : rows) {
-        daemon.describe({{"agents", nullptr}}); // nothing of the row before
-        daemon.describe({{"agents", row.agents}});
-        daemon.runToPass(row.lastPass);
-        polls.insert(polls.end(), row.polls.begin(), row.polls.end());
-        EXPECT_EQ(timesOf(daemon, "LCMipmiSendCmdC"), polls);
-    }
-    for (const Call& poll : daemon.calls("LCMipmiSendCmdC")) EXPECT_EQ(poll.arguments, R"([184,2,4,"00000008",16])");
-}
-
 TEST_F(Passes, truncateTheLogBeyondItsLimit) {
     daemon.runToPass(1);
     const int log = daemon.open(DAEMON_LOG, O_WRONLY | O_APPEND);
@@ -104,6 +79,21 @@ TEST_F(Passes, leaveNothingBehind) {
     }
     EXPECT_EQ(countEntries(daemon, "fd"), descriptors);
     EXPECT_EQ(countEntries(daemon, "task"), threads);
+}
+
+TEST(PassesWithATrace, touchNothingButARegularFile) {
+    for (const bool fifo : {true, false}) {
+        DaemonProcess daemon;
+        daemon.write("victim", "untouched");
+        if (fifo)
+            daemon.makeFifo(TRACE);
+        else
+            std::filesystem::create_symlink(daemon.path("victim"), daemon.path(TRACE));
+        daemon.runToPass(1);
+        EXPECT_NE(daemon.read(TREE), "");
+        EXPECT_EQ(daemon.read("victim"), "untouched");
+        daemon.finish();
+    }
 }
 
 } // namespace
