@@ -14,9 +14,19 @@ bool haveDifferentValues(const XMLNode* a, const XMLNode* b) {
     return a->nodeValue != nullptr && b->nodeValue != nullptr && strcmp(a->nodeValue, b->nodeValue) != 0;
 }
 
+bool isText(const XMLNode* node) {
+    return node->nodeType == XML_TEXT_NODE || node->nodeType == XML_CDATA_SECTION_NODE;
+}
+
+// One text and nothing else.
 bool isLeaf(const XMLNode* node) {
     const XMLNode* child = node->firstChild;
-    return child != nullptr && child->firstChild == nullptr && child->nextSibling == nullptr;
+    return node->nodeValue == nullptr && child != nullptr && isText(child) && child->firstChild == nullptr &&
+           child->nextSibling == nullptr;
+}
+
+bool areLeaves(const XMLNode* a, const XMLNode* b) {
+    return isLeaf(a) && isLeaf(b);
 }
 
 // The texts of two elements, side by side.
@@ -28,8 +38,7 @@ const XMLNode* compareTexts(const XMLNode* newText, const XMLNode* oldText) {
             trace("findXmlNodeWhichIsDifferent:Found different node types!\n");
             return newText;
         }
-        const bool isText = newText->nodeType == XML_TEXT_NODE || newText->nodeType == XML_CDATA_SECTION_NODE;
-        if (isText && haveDifferentValues(newText, oldText)) {
+        if (isText(newText) && haveDifferentValues(newText, oldText)) {
             trace("findXmlNodeWhichIsDifferent:Found different node: valNode1->nodeValue = '%s'\n", newText->nodeValue);
             return newText;
         }
@@ -61,21 +70,15 @@ void traceFound(const XMLNode* node) {
         trace("findXmlNodeWhichIsDifferent: Found different node (Typ=%d)!\n", node->nodeType);
 }
 
-} // namespace
-
-const XMLNode* findXmlNodeWhichIsDifferent(const XMLNode* newNode, const XMLNode* oldNode) {
-    if (newNode == nullptr && oldNode == nullptr) return nullptr;
-    if (newNode == nullptr || oldNode == nullptr) {
-        trace("findXmlNodeWhichIsDifferent: Found different node! (!=NULL)\n");
-        return newNode != nullptr ? newNode : oldNode;
-    }
-
+// textsEqual: the texts directly below the children of both have been compared by the level above.
+const XMLNode* findDifference(const XMLNode* newNode, const XMLNode* oldNode, bool textsEqual) {
     const XMLNode* newChild = newNode->firstChild;
     const XMLNode* oldChild = oldNode->firstChild;
     for (; newChild != nullptr && oldChild != nullptr;
          newChild = newChild->nextSibling, oldChild = oldChild->nextSibling) {
+        if (textsEqual && areLeaves(newChild, oldChild) && !isTracing()) continue;
         if (!haveSameName(newChild, oldChild)) continue;
-        if (isTracing()) trace("findXmlNodeWhichIsDifferent(): node1->nodeName='%s'\n", newChild->nodeName);
+        trace("findXmlNodeWhichIsDifferent(): node1->nodeName='%s'\n", newChild->nodeName);
         if (const XMLNode* different = compareChildren(newChild->firstChild, oldChild->firstChild)) return different;
     }
 
@@ -84,13 +87,24 @@ const XMLNode* findXmlNodeWhichIsDifferent(const XMLNode* newNode, const XMLNode
     for (; newChild != nullptr && oldChild != nullptr;
          newChild = newChild->nextSibling, oldChild = oldChild->nextSibling) {
         if (newChild->firstChild == nullptr || oldChild->firstChild == nullptr) continue; // nothing to be paired
-        if (isLeaf(newChild) && isLeaf(oldChild) && !isTracing()) continue; // only the trace would tell of it
-        if (const XMLNode* different = findXmlNodeWhichIsDifferent(newChild, oldChild)) {
+        if (areLeaves(newChild, oldChild) && !isTracing()) continue; // only the trace would tell of it
+        if (const XMLNode* different = findDifference(newChild, oldChild, haveSameName(newChild, oldChild))) {
             traceFound(different);
             return different;
         }
     }
     return nullptr;
+}
+
+} // namespace
+
+const XMLNode* findXmlNodeWhichIsDifferent(const XMLNode* newNode, const XMLNode* oldNode) {
+    if (newNode == nullptr && oldNode == nullptr) return nullptr;
+    if (newNode == nullptr || oldNode == nullptr) {
+        trace("findXmlNodeWhichIsDifferent: Found different node! (!=NULL)\n");
+        return newNode != nullptr ? newNode : oldNode;
+    }
+    return findDifference(newNode, oldNode, false);
 }
 
 int differentContent(const void* a, const void* b, size_t length) {
