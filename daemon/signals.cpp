@@ -6,6 +6,7 @@
 #include "platform/procmanager.h"
 #include "sysinfo/snmpdSupervision.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <initializer_list>
@@ -33,7 +34,7 @@ void changeSignalMask(int how) {
     pthread_sigmask(how, &signals, nullptr);
 }
 
-// While it lives, nothing interrupts a handler but the time limit of the exit.
+// While it lives, nothing interrupts a handler but the time limit of the exit. What was interrupted keeps its errno.
 class UndisturbedHandler {
   public:
     UndisturbedHandler() {
@@ -42,12 +43,16 @@ class UndisturbedHandler {
         const sigset_t limit = makeSignalSet({SIGALRM});
         pthread_sigmask(SIG_UNBLOCK, &limit, nullptr);
     }
-    ~UndisturbedHandler() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    ~UndisturbedHandler() {
+        pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+        errno = error_;
+    }
     UndisturbedHandler(const UndisturbedHandler&) = delete;
     UndisturbedHandler& operator=(const UndisturbedHandler&) = delete;
 
   private:
     sigset_t before_;
+    const int error_ = errno;
 };
 
 // A thread that a library started may be given a signal of the main thread's: it is passed on.
