@@ -17,7 +17,7 @@ namespace {
 
 using nlohmann::json;
 
-constexpr const char* FILES[] = {TREE, RST_LOG, TRACE, "tmp/LCMdbbug_mira.log", "stdout"};
+constexpr const char* FILES[] = {TREE, RST_LOG, TRACE, "tmp/LCMdbbug_mira.log", "conf/snmp_users.conf", "stdout"};
 constexpr const char* READING[] = {"raid_", "LCMconfigSpaceRead", "LCMParamDb_", "etc", "ZEBRAID_"};
 
 class Scenario : public EndToEnd, public testing::WithParamInterface<std::filesystem::path> {
@@ -26,8 +26,10 @@ class Scenario : public EndToEnd, public testing::WithParamInterface<std::filesy
         for (const std::string name : step.value("remove", json::array())) daemon.remove(name);
         for (const auto& [name, target] : step.value("link", json::object()).get<std::map<std::string, std::string>>())
             std::filesystem::create_symlink(target, daemon.path(name));
-        for (const auto& [name, text] : step.value("write", json::object()).get<std::map<std::string, std::string>>())
+        for (const auto& [name, text] : step.value("write", json::object()).get<std::map<std::string, std::string>>()) {
+            std::filesystem::create_directories(std::filesystem::path(daemon.path(name)).parent_path());
             daemon.write(name, text);
+        }
         if (step.contains("directory")) std::filesystem::create_directory(daemon.path(step["directory"]));
         if (step.contains("fifo")) daemon.makeFifo(step["fifo"]), daemon.open(step["fifo"], O_RDWR);
         for (const json& change : step.value("describe", json::array())) daemon.describe(change);

@@ -10,7 +10,7 @@
 namespace {
 
 struct TemporaryRoot {
-    std::string path = testing::TempDir() + "bmcRootXXXXXX";
+    std::string path = testing::TempDir() + "bmc's root XXXXXX"; // a shell has to be told of it with care
 
     TemporaryRoot() {
         if (mkdtemp(path.data()) == nullptr) abort();
