@@ -73,7 +73,7 @@ int updateCode(const std::vector<json>& calls) {
 // DUTY-NUMBER-CALL-KIND-once or -ever; the call is for the reader.
 std::string pointsOf(const Duty& duty, const std::vector<json>& calls) {
     std::string points;
-    const auto add = [&](size_t number, const std::string& call, const char* kind) {
+    const auto add = [&](uint64_t number, const std::string& call, const char* kind) {
         for (const char* how : {"-once\n", "-ever\n"})
             points += std::string(duty.name) + "-" + std::to_string(number) + "-" + call + "-" + kind + how;
     };
