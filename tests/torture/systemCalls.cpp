@@ -73,7 +73,7 @@ void launchTraced(DaemonProcess& daemon, const std::vector<std::string>& injecti
 
 // The record is whole when it tells of the daemon's end.
 std::string recordOf(const DaemonProcess& daemon) {
-    const std::regex end("(^|\n)" + std::to_string(daemon.pid()) + " +\\+\\+\\+ ");
+    const std::regex end("(^|\n)" + std::to_string(daemon.pid()) + R"( +\+\+\+ )");
     waitFor("the end of the record", [&] { return std::regex_search(daemon.read(RECORD), end); });
     return daemon.read(RECORD);
 }
