@@ -4,8 +4,8 @@
 
 #include <cerrno>
 #include <csignal>
+#include <ctime>
 #include <optional>
-#include <poll.h>
 #include <unistd.h>
 
 std::atomic<pid_t> g_mainPid = 0;
@@ -98,7 +98,7 @@ int lockFirstByteSoon(int fd) {
         if (lockf(fd, F_TLOCK, 1) == 0) return 0;
         if ((errno != EACCES && errno != EAGAIN) || attempt == attempts) break;
         if (!wait && inMainThread()) wait.emplace();
-        ppoll(nullptr, 0, &interval, nullptr);
+        nanosleep(&interval, nullptr);
     }
     return -1;
 }

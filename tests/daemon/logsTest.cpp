@@ -83,7 +83,7 @@ TEST(Logs, startAfreshBeyond4GiB) {
     const std::string rstLog = below(RST_LOG_FILE);
     const std::string daemonLog = below(DAEMON_LOG_FILE);
     for (const std::string& file : {rstLog, daemonLog}) {
-        std::ofstream{file};
+        std::ofstream(file).close();
         std::filesystem::resize_file(file, (uintmax_t{4} << 30) + 1);
     }
     EXPECT_EQ(logRST("fresh"), 0);

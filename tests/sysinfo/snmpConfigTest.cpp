@@ -5,6 +5,7 @@
 #include "sysinfo/snmpRewrite.h"
 #include "tests/daemon/outputs.h"
 
+#include <cstring>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <memory>
@@ -28,7 +29,8 @@ class SnmpConfig : public testing::Test {
 
 std::string cleaned(std::string text) {
     cleanSnmpValue(text.data());
-    return text.c_str();
+    text.resize(strlen(text.c_str()));
+    return text;
 }
 
 TEST_F(SnmpConfig, takesCleanValues) {

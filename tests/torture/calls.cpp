@@ -50,7 +50,7 @@ std::vector<json> callsSince(size_t size) {
 
 // With a status alone a call can only fail.
 bool handsOutNothing(const json& call) {
-    const std::string& name = call["call"].get_ref<const std::string&>();
+    const auto& name = call["call"].get_ref<const std::string&>();
     return !call.contains("out") && name.rfind("raid_", 0) != 0 && name != "LCMParam_update" &&
            name != "etcGetDefaultLanChannelNumber";
 }

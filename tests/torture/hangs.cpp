@@ -72,8 +72,8 @@ std::string runRange(const std::string& point) {
     for (size_t i = 0; i < scenes.size(); ++i) begin(scenes[i], hang(first + int(i)));
     const auto told = Clock::now();
     for (const Scene& scene : scenes) kill(scene.pid(), SIGTERM);
-    for (size_t i = 0; i < scenes.size(); ++i) {
-        const int status = scenes[i].waitForEnd();
+    for (Scene& scene : scenes) {
+        const int status = scene.waitForEnd();
         demand(Clock::now() - told <= PATIENCE, "the end took too long");
         demand(status == 0, "ended with another status than 0");
     }
