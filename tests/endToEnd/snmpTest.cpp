@@ -24,7 +24,7 @@ int findFreePort() {
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t length = sizeof address;
-    bind(descriptor, reinterpret_cast<sockaddr*>(&address), length);
+    EXPECT_EQ(bind(descriptor, reinterpret_cast<sockaddr*>(&address), length), 0);
     getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &length);
     close(descriptor);
     return ntohs(address.sin_port);

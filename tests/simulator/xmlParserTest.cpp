@@ -53,8 +53,9 @@ std::string describe(const XMLNode* node) {
         hasElement = hasElement || child->nodeType == XML_ELEMENT_NODE;
     }
     for (const XMLNode* child = node->firstChild; child; child = child->nextSibling) {
-        const bool isBlank = child->nodeType == XML_TEXT_NODE && !child->nodeValue[strspn(child->nodeValue, " \t\r\n")];
-        if (!(isBlank && (hasElement || !*child->nodeValue))) text += "|" + describe(child);
+        const bool isBlank =
+            child->nodeType == XML_TEXT_NODE && child->nodeValue[strspn(child->nodeValue, " \t\r\n")] == 0;
+        if (!(isBlank && (hasElement || *child->nodeValue == 0))) text += "|" + describe(child);
     }
     return text + ">";
 }
@@ -200,7 +201,7 @@ TEST(XmlParser, RandomTreesSurviveTheRoundTrip) {
             XMLNode* parent = elements[below(elements.size())];
             const char* name = names[below(names.size())].c_str();
             std::string text;
-            for (size_t i = below(below(9) ? 6 : 3000); i > 0; --i) text += pieces[below(pieces.size())];
+            for (size_t i = below(below(9) != 0 ? 6 : 3000); i > 0; --i) text += pieces[below(pieces.size())];
             switch (below(4)) {
             case 0: elements.push_back(append(parent, name)); break;
             case 1: EXPECT_EQ(setAttribute(parent, name, text.c_str()), XP_SUCCESS); break;

@@ -86,14 +86,15 @@ std::string tree() {
 
 // What the schema's reader says of the tree; empty: it is valid.
 std::string schemaFaults() {
-    const std::string command =
-        std::string("'") + XMLLINT + "' --noout --schema '" + SCHEMA + "' '" + below(RST_FILE) + "' 2>&1";
+    setenv("DOCUMENT", below(RST_FILE).c_str(), 1); // its name has an apostrophe
+    const std::string command = std::string("'") + XMLLINT + "' --noout --schema '" + SCHEMA + "' \"$DOCUMENT\" 2>&1";
     // NOLINTNEXTLINE(cert-env33-c): a tool of the tests
-    const std::unique_ptr<FILE, int (*)(FILE*)> output(popen(command.c_str(), "r"), pclose);
+    FILE* output = popen(command.c_str(), "r");
+    if (output == nullptr) return "no shell";
     std::string text;
     char line[512];
-    while (fgets(line, sizeof line, output.get()) != nullptr) text += line;
-    return text.find(" validates\n") == std::string::npos ? text : "";
+    while (fgets(line, sizeof line, output) != nullptr) text += line;
+    return pclose(output) == 0 ? "" : "not valid: " + text;
 }
 
 std::string judgeUpdate(int code, const std::string& before, const std::string& after) {
