@@ -72,7 +72,11 @@ std::string runPoint(const std::string& point) {
     }
     scene.runToPass(1);
     unsetenv("LD_PRELOAD");
-    (void)scene.confStates(); // whole
+    // Whole; of answers that failed or were spoiled it says what they said.
+    const std::string configuration = scene.read(CONF);
+    demand(configuration.starts_with("rocommunity ") &&
+               configuration.find("# a person's comment, number 199\n") != std::string::npos,
+           "the configuration is torn: " + configuration);
     scene.write(END_FILE, "");
     scene.describe({{"faults", json::array()}});
     scene.change(2);
