@@ -27,14 +27,14 @@ struct TreeFile {
         HostPathBuffer buffer;
         const char* found = hostPath(path, buffer);
         // A reader that is at it gets the moment it needs; who holds the lock for longer finds the file empty.
-        untruncated_ = open(found, O_WRONLY | O_NONBLOCK | O_CLOEXEC);
-        if (untruncated_ != -1) lockFirstByteSoon(untruncated_);
+        untruncated = open(found, O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+        if (untruncated != -1) lockFirstByteSoon(untruncated);
         fd = open(found, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
     }
     ~TreeFile() { close(); }
     // The first one that is closed releases the lock, which is the process's.
     void close() {
-        for (int* descriptor : {&fd, &untruncated_}) {
+        for (int* descriptor : {&fd, &untruncated}) {
             if (*descriptor != -1) ::close(*descriptor);
             *descriptor = -1;
         }
@@ -43,9 +43,7 @@ struct TreeFile {
     TreeFile& operator=(const TreeFile&) = delete;
 
     int fd;
-
-  private:
-    int untruncated_; // the same file, opened before
+    int untruncated; // the same file, opened before
 };
 
 // 0, or the errno of the last attempt. `what` names the file to the reader of the log.
