@@ -158,6 +158,7 @@ TEST(SignalsInAHang, areGivenUp) {
             daemons[i].makeFifo(SYSLOG);
         }
         daemons[i].signal(rows[i].signal);
+        if (!rows[i].inPass) waitFor("its handler's lines", [&] { return logOf(daemons[i]) == rows[i].log; });
         kill(daemons[i].pid(), rows[i].inPass ? rows[i].signal : SIGINT); // a second one changes nothing
     }
     for (size_t i = 0; i < std::size(rows); ++i) {
