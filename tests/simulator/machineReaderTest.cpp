@@ -1,33 +1,16 @@
 #include "simulator/machine/machineReader.h"
 
 #include "simulator/machine/recordLayout.h"
-#include "tests/simulator/simulatedMachine.h"
+#include "tests/support/simulatedRoot.h"
 
 #include <cmath>
-#include <fstream>
+#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <set>
 
 using namespace sim;
 
 namespace {
-
-std::string hexOf(const Bytes& bytes) {
-    std::string text;
-    for (const uint8_t byte : bytes) {
-        char pair[3];
-        snprintf(pair, sizeof pair, "%02x", byte);
-        text += pair;
-    }
-    return text;
-}
-
-// The configuration item 7 made from a RECORD or a text.
-std::string itemOf(const std::string& json) {
-    const MachineReading reading = readMachine(R"({"configSpace": {"7": )" + json + "}}");
-    if (reading.machine == nullptr) return reading.fault;
-    return hexOf(reading.machine->configSpace.at(7));
-}
 
 TEST(RecordLayout, everyMemberLiesInItsRecordUnderANameOfItsOwn) {
     std::set<std::string_view> names;
@@ -47,35 +30,9 @@ TEST(RecordLayout, everyMemberLiesInItsRecordUnderANameOfItsOwn) {
     }
 }
 
-TEST(MachineReader, recordsAreMembersThenRawBytesInTheOrderOfTheFile) {
-    const struct {
-        const char* json;
-        const char* bytes;
-    } cases[] = {
-        {R"("ab")", "616200"},
-        {R"({"raw": {"2": "0a0B"}})", "00000a0b"},
-        {R"({"raw": {"0": "11 22 33", "1": "ff"}})", "11ff33"},
-        {R"({"raw": {"1": "ff", "0": "112233"}})", "112233"},
-        {R"({"size": 3})", "000000"},
-        {R"({"raw": {"0": "01"}, "size": 2})", "0100"},
-        {R"({"raw": {"4": ""}})", "00000000"},
-        {R"({})", ""},
-    };
-    for (const auto& [json, bytes] : cases) EXPECT_EQ(itemOf(json), bytes) << json;
-
-    const char* const progress = R"({"active": 9, "raw": {"5": "01"}, "consistencyCheck": {"progress": 258}})";
-    const MachineReading reading = readMachine(
-        std::string(R"({"controllers": [{"id": 1, "logicalDrives": {"3": {"records": {"MR_LD_PROGRESS": )") + progress +
-        "}}}}]}");
-    ASSERT_NE(reading.machine, nullptr) << reading.fault;
-    EXPECT_EQ(hexOf(reading.machine->controllers->front().logicalDrives.at(3).find("MR_LD_PROGRESS")->second),
-              "0900000002010000" + std::string(56, '0'));
-}
-
 // Pairs of a machine, or of a text that is none, and how what is said of it begins.
 TEST(MachineReader, whatDoesNotFitIsSaidWithTheWayToIt) {
-    const auto file = std::filesystem::path(__FILE__).replace_filename("machineFaults.json");
-    auto cases = nlohmann::json::parse(std::ifstream(file)).get<std::vector<std::pair<nlohmann::json, std::string>>>();
+    auto cases = casesOf(__FILE__).get<std::vector<std::pair<nlohmann::json, std::string>>>();
     cases.emplace_back("{\"a\": \"\xff\"}", "line 1, column 8: ");
     for (const auto& [machine, fault] : cases) {
         const std::string text = machine.is_string() ? machine.get<std::string>() : machine.dump();

@@ -1,11 +1,12 @@
 #include "simulator/machine/virtualClock.h"
 
 #include "simulator/machine/clock.h"
-#include "tests/simulator/simulatedMachine.h"
+#include "tests/daemon/outputs.h"
 
 #include <chrono>
 #include <csignal>
-#include <functional>
+#include <filesystem>
+#include <gtest/gtest.h>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -38,7 +39,7 @@ void onSignal(int) {
     ++handled;
 }
 
-class VirtualClockTest : public simtest::SimulatedMachine {
+class VirtualClockTest : public testing::Test {
   protected:
     void start(std::optional<int64_t> limit) {
         clockTime(); // makes the process's own clock here, not in a thread of the tested one that reports a fault
@@ -62,11 +63,10 @@ class VirtualClockTest : public simtest::SimulatedMachine {
         while (!condition() && std::chrono::steady_clock::now() < giveUp) std::this_thread::yield();
         EXPECT_TRUE(condition());
     }
-    bool stands() const { return simtest::readFile(statusFile) == "standing"; }
+    bool stands() const { return textOf(statusFile) == "standing"; }
 
-    simtest::TemporaryDirectory directory;
-    std::string statusFile = directory.path() + "/clock";
-    std::string limitFile = directory.path() + "/until";
+    const std::string statusFile = below("/tmp/") + testing::UnitTest::GetInstance()->current_test_info()->name();
+    const std::string limitFile = statusFile + ".until";
 };
 
 TEST_F(VirtualClockTest, threadsTakeTurnsByWakeUpTimeAndTheYoungestFirst) {
@@ -88,47 +88,23 @@ TEST_F(VirtualClockTest, threadsTakeTurnsByWakeUpTimeAndTheYoungestFirst) {
     EXPECT_EQ(events, expected);
 }
 
-TEST_F(VirtualClockTest, itStandsAtTheLimitWhichTheFileMoves) {
-    start(100); // counts from the start
-    const pthread_t thread = startThread(sleeper<'a', 100, 3>);
+// Tests of the process move it from limit to limit, which count from the start.
+TEST_F(VirtualClockTest, itTakesALimitAsATimeAndLeavesWhatIsNone) {
+    start(START + 100);
     std::thread test([&] {
         waitUntil([&] { return stands(); });
-        EXPECT_EQ(theClock->now(), START + 100); // what is due at the limit has happened
-        EXPECT_EQ(events.back(), "a100");
+        EXPECT_EQ(theClock->now(), START + 100);
+        placeFile(limitFile, "soon");
+        waitUntil([&] { return textOf(below("/simulator/log")).find(limitFile) != std::string::npos; });
         std::filesystem::remove(statusFile);
-        simtest::writeFile(limitFile, "150\n"); // nothing is due before
+        placeFile(limitFile, std::to_string(START + 250) + "\n"); // nothing is due before
         waitUntil([&] { return stands(); });
-        EXPECT_EQ(theClock->now(), START + 150);
-        EXPECT_EQ(events.back(), "a100");
-        simtest::writeFile(limitFile, "soon");
-        waitUntil([&] { return simtest::readFile(file("log")).find(limitFile) != std::string::npos; });
-        std::filesystem::remove(statusFile);
-        simtest::writeFile(limitFile, std::to_string(START + 250));
-        waitUntil([&] { return stands(); });
-        EXPECT_EQ(events.back(), "a200");
-        simtest::writeFile(limitFile, "1000");
+        EXPECT_EQ(theClock->now(), START + 250);
+        placeFile(limitFile, "1000");
     });
     EXPECT_EQ(theClock->sleep(1000), 0);
     EXPECT_EQ(theClock->now(), START + 1000);
     EXPECT_FALSE(std::filesystem::exists(statusFile));
-    test.join();
-    pthread_join(thread, nullptr);
-}
-
-TEST_F(VirtualClockTest, aHandlerEndsTheSleepOfItsThreadEvenWhileTheClockStands) {
-    start(START + 10);
-    const pthread_t main = pthread_self();
-    std::thread test([&] {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, nullptr);
-        waitUntil([&] { return stands(); });
-        pthread_kill(main, SIGUSR1);
-    });
-    EXPECT_EQ(theClock->sleep(60), 50);
-    EXPECT_EQ(handled, 1);
-    EXPECT_EQ(theClock->now(), START + 10);
-    EXPECT_FALSE(stands());
     test.join();
 }
 

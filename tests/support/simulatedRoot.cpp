@@ -29,10 +29,18 @@ const std::string& simulatedRoot() {
     return root.path;
 }
 
+void placeFile(const std::string& file, const std::string& text) {
+    std::ofstream(file + ".new", std::ios::binary) << text;
+    std::filesystem::rename(file + ".new", file);
+}
+
 void describeMachine(const nlohmann::json& machine) {
-    const std::string file = simulatedRoot() + "/machine.json";
-    std::ofstream(file + ".new") << machine.dump();
-    std::filesystem::rename(file + ".new", file); // a new inode: the change is noticed whatever the clock shows
+    placeFile(simulatedRoot() + "/machine.json", machine.dump());
     SL_CTRL_LIST_T list;
     ASSERT_EQ(raid_GetControllerList(&list), 0);
+}
+
+nlohmann::json casesOf(const char* source) {
+    const std::string file = source;
+    return nlohmann::json::parse(std::ifstream(file.substr(0, file.rfind("Test.cpp")) + ".json"));
 }

@@ -38,9 +38,7 @@ nlohmann::json UpdateTest::describedServer(const std::string& name) {
 }
 
 void UpdateTest::describe(const nlohmann::json& machine) {
-    const std::string file = below("/machine.json");
-    std::ofstream(file + ".new") << machine.dump();
-    std::filesystem::rename(file + ".new", file);
+    placeFile(below("/machine.json"), machine.dump());
 }
 
 void UpdateTest::forget() {
