@@ -2,86 +2,40 @@
 
 #include "tests/daemon/outputs.h"
 
-#include <functional>
 #include <gtest/gtest.h>
 #include <memory>
-#include <regex>
-#include <sstream>
+#include <nlohmann/json.hpp>
 
 namespace {
 
+using nlohmann::json;
 using Document = std::unique_ptr<XMLDoc, decltype(&freeXMLDoc)>;
 
-Document parse(const char* text) {
-    Document document(parseText(nullptr, text), freeXMLDoc);
+constexpr char NAME[] = "findXmlNodeWhichIsDifferent";
+
+Document parse(const std::string& text) {
+    Document document(parseText(nullptr, text.c_str()), freeXMLDoc);
     EXPECT_NE(document, nullptr) << text;
     return document;
 }
 
-// The node at the end of a path of child positions.
-XMLNode* nodeAt(const Document& document, const char* path) {
-    XMLNode* node = document->documentElement;
-    for (; *path != '\0'; ++path) {
-        node = node->firstChild;
-        for (char i = '0'; i < *path; ++i) node = node->nextSibling;
-    }
-    return node;
-}
-
-struct Row {
-    const char* what;
-    const char* newTree;
-    const char* oldTree;
-    char side;           // of the answer: 'n', 'o'; '-': there is none
-    const char* path;    // of the answer
-    const char* names;   // that are traced
-    const char* verdict; // behind them
-};
-
-const Row ROWS[] = {
-    {"equal", "<R><A><V>1</V></A><B>x</B></R>", "<R><A><V>1</V></A><B>x</B></R>", '-', "", "A B V #text #text", ""},
-    {"a leaf two levels down", "<R><A><V>1</V><W>new</W></A></R>", "<R><A><V>1</V><W>old</W></A></R>", 'n', "010", "A",
-     "FOUND:Found different node: valNode1->nodeValue = 'new'\n"},
-    {"a leaf one level down", "<R><A>new</A></R>", "<R><A>old</A></R>", 'n', "00", "A",
-     "FOUND:Found different value: child1: '#text' = 'new'\n"},
-    {"deeper: told by every level that it passes", "<R><A><B><C>new</C></B></A></R>", "<R><A><B><C>old</C></B></A></R>",
-     'n', "0000", "A B",
-     "FOUND:Found different node: valNode1->nodeValue = 'new'\nFOUND: Found different node (Typ=3, Name='#text')!\n"},
-    {"a text that appears", "<R><A><V>1</V></A></R>", "<R><A><V/></A></R>", 'n', "000", "A", ""},
-    {"a text that disappears", "<R><A><V/></A></R>", "<R><A><V>1</V></A></R>", 'o', "000", "A", ""},
-    {"text against CDATA", "<R><A><V>1</V></A></R>", "<R><A><V><![CDATA[1]]></V></A></R>", 'n', "000", "A",
-     "FOUND:Found different node types!\n"},
-    {"CDATA", "<R><A><V><![CDATA[1]]></V></A></R>", "<R><A><V><![CDATA[2]]></V></A></R>", 'n', "000", "A",
-     "FOUND:Found different node: valNode1->nodeValue = '1'\n"},
-    {"one more at the end", "<R><A>1</A><D>2</D></R>", "<R><A>1</A></R>", '-', "", "A #text", ""},
-    {"one less in the middle shifts the pairs", "<R><A>1</A><A>3</A></R>", "<R><A>1</A><A>2</A><A>3</A></R>", 'n', "10",
-     "A A", "FOUND:Found different value: child1: '#text' = '3'\n"},
-    {"another name hides a text", "<R><A>1</A></R>", "<R><B>2</B></R>", '-', "", "#text", ""},
-    {"another name below hides it too", "<R><A><V>1</V></A></R>", "<R><A><W>2</W></A></R>", '-', "", "A #text", ""},
-    {"another name, but what is below differs", "<R><A><V>1</V></A></R>", "<R><B><V>2</V></B></R>", 'n', "000", "V",
-     "FOUND:Found different value: child1: '#text' = '1'\nFOUND: Found different node (Typ=3, Name='#text')!\n"},
-    {"no child on one side", "<R/>", "<R><A>1</A></R>", '-', "", "", ""},
-};
-
-std::string traceText(const std::string& names, const std::string& verdict) {
-    std::string text;
-    std::istringstream stream(names);
-    for (std::string name; stream >> name;) text += "FOUND(): node1->nodeName='" + name + "'\n";
-    return std::regex_replace(text + verdict, std::regex("FOUND"), "findXmlNodeWhichIsDifferent");
-}
-
-TEST(TreeComparison, findsTheFirstDifferenceThatItLooksFor) {
-    for (const Row& row : ROWS) {
-        SCOPED_TRACE(row.what);
-        const Document newTree = parse(row.newTree);
-        const Document oldTree = parse(row.oldTree);
+// The first difference that it looks for is a text, which is unique in its trees.
+TEST(TreeComparison, findsADifferenceAndTellsItsWay) {
+    for (const json& row : casesOf(__FILE__)) {
+        SCOPED_TRACE(row["what"]);
+        const Document newTree = parse(row["new"]);
+        const Document oldTree = parse(row["old"]);
+        std::string expected;
+        for (const std::string name : row["names"]) expected += NAME + ("(): node1->nodeName='" + name) + "'\n";
+        for (const std::string line : row.value("verdict", json::array())) expected += NAME + line + "\n";
         const XMLNode* found = nullptr;
-        const std::string traced =
-            tracedBy([&] { found = findXmlNodeWhichIsDifferent(newTree->documentElement, oldTree->documentElement); });
-        const XMLNode* expected = nullptr;
-        if (row.side != '-') expected = nodeAt(row.side == 'n' ? newTree : oldTree, row.path);
-        EXPECT_EQ(found, expected);
-        EXPECT_EQ(traced, traceText(row.names, row.verdict));
+        const auto compare = [&] {
+            found = findXmlNodeWhichIsDifferent(newTree->documentElement, oldTree->documentElement);
+        };
+        EXPECT_EQ(tracedBy(compare), expected);
+        EXPECT_STREQ(found == nullptr ? "" : found->nodeValue, row.value("found", "").c_str());
+        compare();
+        EXPECT_STREQ(found == nullptr ? "" : found->nodeValue, row.value("found", "").c_str()) << "without a trace";
     }
 }
 
@@ -90,17 +44,20 @@ TEST(TreeComparison, takesMissingRootsAndNames) {
     const auto compare = [](const XMLNode* newNode, const XMLNode* oldNode, const XMLNode* expected) {
         return tracedBy([=] { EXPECT_EQ(findXmlNodeWhichIsDifferent(newNode, oldNode), expected); });
     };
+    const std::string different = NAME + std::string(": Found different node! (!=NULL)\n");
     EXPECT_EQ(compare(nullptr, nullptr, nullptr), "");
-    EXPECT_EQ(compare(&root, nullptr, &root), traceText("", "FOUND: Found different node! (!=NULL)\n"));
-    EXPECT_EQ(compare(nullptr, &root, &root), traceText("", "FOUND: Found different node! (!=NULL)\n"));
+    EXPECT_EQ(compare(&root, nullptr, &root), different);
+    EXPECT_EQ(compare(nullptr, &root, &root), different);
 
     const Document newTree = parse("<R><A><B><C>new</C></B></A></R>");
     const Document oldTree = parse("<R><A><B><C>old</C></B></A></R>");
-    nodeAt(newTree, "0")->nodeName = nullptr;
-    nodeAt(newTree, "0000")->nodeName = nullptr;
-    EXPECT_EQ(compare(newTree->documentElement, oldTree->documentElement, nodeAt(newTree, "0000")),
-              traceText("B", "FOUND:Found different node: valNode1->nodeValue = 'new'\n"
-                             "FOUND: Found different node (Typ=3)!\n"));
+    XMLNode* element = newTree->documentElement->firstChild;
+    XMLNode* text = element->firstChild->firstChild->firstChild;
+    element->nodeName = text->nodeName = nullptr;
+    EXPECT_EQ(compare(newTree->documentElement, oldTree->documentElement, text),
+              "findXmlNodeWhichIsDifferent(): node1->nodeName='B'\n"
+              "findXmlNodeWhichIsDifferent:Found different node: valNode1->nodeValue = 'new'\n"
+              "findXmlNodeWhichIsDifferent: Found different node (Typ=3)!\n");
 }
 
 TEST(TreeComparison, comparesBytes) {

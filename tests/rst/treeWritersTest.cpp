@@ -2,24 +2,23 @@
 
 #include "daemon/logs.h"
 #include "tests/daemon/outputs.h"
+#include "tests/support/steadyText.h"
 
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <memory>
-#include <regex>
+#include <nlohmann/json.hpp>
 #include <sys/resource.h>
 
 namespace {
 
+using nlohmann::json;
 using Document = std::unique_ptr<XMLDoc, decltype(&freeXMLDoc)>;
 
 constexpr char FULL[] = "/var/full.xml"; // a device that takes nothing
 constexpr char NO_DIRECTORY[] = "/var/none/tree.xml";
-constexpr char TREE_WRITTEN[] = "writeRST2File(): Have successfully written RST XML file for out-of-band data!\n";
-constexpr char TEXT_WRITTEN[] = "STRING(): Have successfully written RAID XML RST file with Inband data!\n";
-
 Document makeDocument(const std::string& value) {
     Document document(createXMLDoc(), freeXMLDoc);
     XMLNode* root = createElement("R");
@@ -28,57 +27,43 @@ Document makeDocument(const std::string& value) {
     return document;
 }
 
-// Addresses and the one function's name made short; "A" is any but NULL.
-std::string shortened(const std::string& text) {
-    return std::regex_replace(std::regex_replace(text, std::regex("0x[1-9a-f][0-9a-f]*"), "A"),
-                              std::regex("writeRSTString2File"), "STRING");
+std::vector<std::string> steadyLines(const std::string& text) {
+    std::istringstream stream(SteadyText().of(text));
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(stream, line);) lines.push_back(line);
+    return lines;
 }
 
 TEST(TreeWriters, tellWhatBecameOfTheTree) {
     const Document tree = makeDocument("1");
     const Document empty(createXMLDoc(), freeXMLDoc);
-    const std::string start = "writeRST2File(): START - xmlDocument= A\n";
-    const std::string serialised = start + "writeRST2File(): after writeXMLEnhancedForBf(): xmlStr= A\n";
-    const std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<R>\n  <A>1</A>\n</R>\n";
     const struct {
         const char* what;
         std::function<int()> write;
-        int result;
-        std::string logged;
-        std::string traced;
-        std::string content;
     } rows[] = {
-        {"a tree", [&] { return writeRST2File(tree.get(), RST_FILE); }, 0, TREE_WRITTEN,
-         serialised + "writeRST2File(): fwrite() returns len= 59, strlen(xmlStr)=59\nwriteRST2File(): END - ret=0\n",
-         text},
-        {"none", [&] { return writeRST2File(nullptr, RST_FILE); }, 1, "", "writeRST2File(): START - xmlDocument= 0x0\n",
-         "old"},
-        {"no path", [&] { return writeRST2File(tree.get(), nullptr); }, 1, "", start, "old"},
-        {"no root", [&] { return writeRST2File(empty.get(), RST_FILE); }, 2, "",
-         start + "writeRST2File(): after writeXMLEnhancedForBf(): xmlStr= 0x0\n", "old"},
-        {"cannot be opened", [&] { return writeRST2File(tree.get(), NO_DIRECTORY); }, 0, "", serialised, "old"},
-        {"device full", [&] { return writeRST2File(tree.get(), FULL); }, 3,
-         "writeRST2File(): ERROR writing RST XML file '/var/full.xml' (ret=3)!\n",
-         serialised + "writeRST2File(): fwrite() returns len= 0, strlen(xmlStr)=59\nwriteRST2File(): END - ret=3\n",
-         "old"},
-        {"a text", [] { return writeRSTString2File("<R/>", RST_FILE); }, 0, TEXT_WRITTEN,
-         "STRING(): START\nSTRING(): fwrite returns len= 4\nSTRING(): END - ret=0\n", "<R/>"},
-        {"an empty text", [] { return writeRSTString2File("", RST_FILE); }, 0, TEXT_WRITTEN,
-         "STRING(): START\nSTRING(): fwrite returns len= 0\nSTRING(): END - ret=0\n", ""},
-        {"no text", [] { return writeRSTString2File(nullptr, RST_FILE); }, 0, "", "STRING(): START\n", "old"},
-        {"a text without a place", [] { return writeRSTString2File("<R/>", NO_DIRECTORY); }, ENOENT, "",
-         "STRING(): START\nSTRING(): END - ret=2\n", "old"},
-        {"a text on a full device", [] { return writeRSTString2File("<R/>", FULL); }, ENOSPC, TEXT_WRITTEN,
-         "STRING(): START\nSTRING(): fwrite returns len= 0\nSTRING(): END - ret=28\n", "old"},
+        {"a tree", [&] { return writeRST2File(tree.get(), RST_FILE); }},
+        {"no tree", [&] { return writeRST2File(nullptr, RST_FILE); }},
+        {"no path", [&] { return writeRST2File(tree.get(), nullptr); }},
+        {"no root", [&] { return writeRST2File(empty.get(), RST_FILE); }},
+        {"no place", [&] { return writeRST2File(tree.get(), NO_DIRECTORY); }},
+        {"device full", [&] { return writeRST2File(tree.get(), FULL); }},
+        {"a text", [] { return writeRSTString2File("<R/>", RST_FILE); }},
+        {"an empty text", [] { return writeRSTString2File("", RST_FILE); }},
+        {"no text", [] { return writeRSTString2File(nullptr, RST_FILE); }},
+        {"a text, no place", [] { return writeRSTString2File("<R/>", NO_DIRECTORY); }},
+        {"a text, device full", [] { return writeRSTString2File("<R/>", FULL); }},
     };
+    const json expected = casesOf(__FILE__);
     std::filesystem::create_symlink("/dev/full", below(FULL));
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
         std::filesystem::remove(below(RST_LOG_FILE));
         std::ofstream(below(RST_FILE)) << "old";
-        EXPECT_EQ(shortened(tracedBy([&] { EXPECT_EQ(row.write(), row.result); })), row.traced);
-        EXPECT_EQ(shortened(std::regex_replace(textOf(below(RST_LOG_FILE)), std::regex("[^\n]*\t"), "")), row.logged);
-        EXPECT_EQ(textOf(below(RST_FILE)), row.content);
+        json found;
+        const std::string traced = tracedBy([&] { found["result"] = row.write(); });
+        found["trace"] = steadyLines(traced);
+        found["log"] = steadyLines(textOf(below(RST_LOG_FILE)));
+        found["file"] = textOf(below(RST_FILE));
+        EXPECT_EQ(found, expected[row.what]) << row.what;
     }
     std::filesystem::remove(below(FULL));
 }
