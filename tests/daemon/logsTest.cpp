@@ -33,13 +33,6 @@ TEST(DaemonLog, cutsALineAt127Characters) {
     }
 }
 
-TEST(DaemonLog, writesNothingWhileClosed) {
-    simulatedRoot();
-    ASSERT_EQ(g_logFd, -1);
-    logMessage("lost\n");
-    HandlerLine().add("lost\n").write();
-}
-
 TEST(RSTLog, appendsWholeLinesAndStartsAfreshAtItsLimit) {
     const std::string file = below(RST_LOG_FILE);
     const std::regex time(R"(^\d{4}/\d\d/\d\d \d\d:\d\d:\d\d\.\d{6}\t)");

@@ -113,24 +113,20 @@ TEST_F(ValueFunctions, answerEachRowAsFarAsTheBufferGoes) {
 }
 
 TEST_F(ValueFunctions, answerWhatTheTreeDoesNotWrite) {
-    const auto ask = [](auto function, int id) {
+    const auto ask = [](const Kind& kind, int ctrl, int id) {
         char text[VALUE_TEXT_SIZE];
         int32_t number = 12345;
-        EXPECT_EQ(function(id, text, sizeof text, &number), VALUE_OK);
+        EXPECT_EQ(kind.ask(id, ctrl, 0, text, sizeof text, &number), VALUE_OK);
         return text + (" " + std::to_string(number));
     };
-    const auto controller = [](int id, char* text, int size, int32_t* number) {
-        return oobMR_getCtrlInfo(id, 1, text, size, number);
-    };
-    const auto enclosure = [](int id, char* text, int size, int32_t* number) {
-        return oobMR_getEnclInfo(id, 0, 0, text, size, number);
-    };
+    const Kind& adapter = KINDS[0];
+    const Kind& enclosure = KINDS[4];
     std::string numbers;
-    for (const int id : {59, 60, 61, 62, 63, 66, 67}) numbers += ask(controller, id);
+    for (const int id : {59, 60, 61, 62, 63, 66, 67}) numbers += ask(adapter, 1, id);
     EXPECT_EQ(numbers, " 1 3 1 6750 6750 23 38529");
-    EXPECT_EQ(ask(controller, 64), "Stopped 0");
-    EXPECT_EQ(ask(enclosure, 4), "5021A5E31700438F 0");
-    EXPECT_EQ(ask(enclosure, ENCL_PARAM_SUPPORT), " 1");
+    EXPECT_EQ(ask(adapter, 1, 64), "Stopped 0");
+    EXPECT_EQ(ask(enclosure, 0, 4), "5021A5E31700438F 0");
+    EXPECT_EQ(ask(enclosure, 0, ENCL_PARAM_SUPPORT), " 1");
 }
 
 TEST_F(ValueFunctions, answerBadCallersWithCodes) {
