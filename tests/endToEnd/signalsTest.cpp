@@ -16,7 +16,6 @@ namespace {
 
 using Signals = EndToEnd;
 
-constexpr char DAEMON_PATH[] = R"(["/usr/local/bin/ZEB_MIRA_Update"])";
 constexpr char STARTED[] = "deamon version 1.4.2  started.\n";
 constexpr char STOPPED[] = "deamon version 1.4.2  started.\ndemon version 1.4.2  stopped.\n";
 
@@ -38,11 +37,13 @@ std::string interruptLines(int registered) {
     return "ZEB_MIRA_Update got signal 2 \nZEB_MIRA_Update is registered " + std::to_string(registered) + " \n";
 }
 
-// Of the daemon itself, not of snmpd.
-long deregistrations(const DaemonProcess& daemon) {
+// It gives up its own registration, not that of snmpd.
+void expectEnd(DaemonProcess& daemon, const std::string& log, int deregistrations) {
+    EXPECT_EQ(daemon.waitForEnd(), 0);
+    EXPECT_EQ(logOf(daemon), log);
     const std::vector<Call> calls = daemon.calls("ProcMonitorDeRegister");
-    return std::count_if(calls.begin(), calls.end(),
-                         [](const Call& call) { return call.arguments == R"(["/usr/local/bin/ZEB_MIRA_Update"])"; });
+    const auto isOwn = [](const Call& call) { return call.arguments == R"(["/usr/local/bin/ZEB_MIRA_Update"])"; };
+    EXPECT_EQ(std::count_if(calls.begin(), calls.end(), isOwn), deregistrations);
 }
 
 // To pass 6, which reports the status and comes to the tree next.
@@ -69,11 +70,10 @@ TEST(SignalsAsleep, endTheDaemonAtOnce) {
         DaemonProcess daemon;
         daemon.describe({{"processMonitor", {{"register", row.registerResult}}}});
         daemon.runToPass(1);
-        EXPECT_EQ(daemon.end(row.signal), 0);
-        EXPECT_EQ(logOf(daemon), row.log);
+        daemon.end(row.signal);
+        expectEnd(daemon, row.log, row.deregistrations);
         EXPECT_TRUE(daemon.read(DAEMON_LOG).find("\n05:45\tZEB_MIRA_Update got") != std::string::npos);
         EXPECT_EQ(daemon.read(SYSLOG), STOPPED);
-        EXPECT_EQ(deregistrations(daemon), row.deregistrations);
         daemon.finish();
     }
 }
@@ -101,10 +101,8 @@ TEST_F(Signals, areKeptWithinAPass) {
     daemon.signal(SIGINT);
     EXPECT_EQ(logOf(daemon), "");
     while (::read(output, block, sizeof block) > 0) continue; // lets it go on
-    EXPECT_EQ(daemon.waitForEnd(), 0);
-    EXPECT_EQ(logOf(daemon), interruptLines(1));
+    expectEnd(daemon, interruptLines(1), 1);
     EXPECT_EQ(daemon.read(RST_LOG), rstLog) << "not before the next file was opened";
-    EXPECT_EQ(deregistrations(daemon), 1) << "was given up";
 }
 
 TEST(SignalsInALockWait, takeEffectAtOnce) {
@@ -129,8 +127,8 @@ TEST(SignalsInALockWait, takeEffectAtOnce) {
         EXPECT_NE(daemon.read(TREE).find("<Name>second</Name>"), std::string::npos);
 
         comeToLock("third", 11);
-        EXPECT_EQ(daemon.end(SIGINT), 0);
-        EXPECT_EQ(daemon.calls("ProcMonitorDeRegister").back().arguments, DAEMON_PATH) << "was given up";
+        daemon.end(SIGINT);
+        expectEnd(daemon, interruptLines(1), 1);
         EXPECT_EQ(daemon.read(SYSLOG), STOPPED);
         daemon.finish();
     }
@@ -163,10 +161,8 @@ TEST(SignalsInAHang, areGivenUp) {
     }
     for (size_t i = 0; i < std::size(rows); ++i) {
         SCOPED_TRACE(i);
-        EXPECT_EQ(daemons[i].waitForEnd(), 0);
-        EXPECT_EQ(logOf(daemons[i]), rows[i].log);
+        expectEnd(daemons[i], rows[i].log, 0);
         EXPECT_EQ(daemons[i].read(rows[i].inPass ? SYSLOG : "syslog"), rows[i].syslog);
-        EXPECT_EQ(deregistrations(daemons[i]), 0);
         daemons[i].finish();
     }
     EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
