@@ -1,6 +1,7 @@
 #include "cache/cacheBuild.h"
 
 #include "cache/cacheRelease.h"
+#include "cache/driveRelations.h"
 #include "daemon/accounting.h"
 #include "tests/daemon/outputs.h"
 #include "tests/support/updateFixture.h"
@@ -57,6 +58,15 @@ TEST_F(CacheBuild, goesOnAfterAnyFailedReadAndReleasesEverything) {
             EXPECT_EQ(countOf(testing::internal::GetCapturedStdout(), "MEMORY_"), isBuilt ? blocks : 0);
         }
     }
+}
+
+TEST_F(CacheBuild, tellsOfRelationsThatCannotBeRead) {
+    describeMachine({{"controllers", {{{"id", 7}}}}});
+    SL_LD_OF_PD_T drives;
+    const std::string traced = tracedBy([&] { EXPECT_NE(raid_GetLDsOfPD(7, 300, &drives), 0); });
+    EXPECT_TRUE(traced.starts_with("raid_GetPDsOfLD(): FAILED to get logical disks for physical disk with ctrlId=7, "
+                                   "devId=300 ret="))
+        << traced;
 }
 
 } // namespace

@@ -20,7 +20,7 @@ using nlohmann::json;
 constexpr const char* FILES[] = {TREE, RST_LOG, TRACE, "tmp/LCMdbbug_mira.log", "conf/snmp_users.conf", "stdout"};
 constexpr const char* READING[] = {"raid_", "LCMconfigSpaceRead", "LCMParamDb_", "etc", "ZEBRAID_"};
 
-class Scenario : public EndToEnd, public testing::WithParamInterface<std::filesystem::path> {
+class Scenario : public EndToEnd, public testing::WithParamInterface<std::string> {
   protected:
     void prepare(const json& step) {
         for (const std::string name : step.value("remove", json::array())) daemon.remove(name);
@@ -69,27 +69,30 @@ class Scenario : public EndToEnd, public testing::WithParamInterface<std::filesy
     size_t shown_ = 0; // of those before
 };
 
+std::filesystem::path directory() {
+    return std::filesystem::path(__FILE__).replace_filename("scenarios");
+}
+
 TEST_P(Scenario, isAsItWas) {
     std::string text;
-    for (const json& step : json::parse(std::ifstream(GetParam()))) {
+    for (const json& step : json::parse(std::ifstream(directory() / (GetParam() + ".json")))) {
         prepare(step);
         daemon.runToPass(step["pass"]);
         text += "==== pass " + step["pass"].dump() + step.value("what", "") + "\n" + whatHappened();
     }
-    const std::filesystem::path golden = std::filesystem::path(GetParam()).replace_extension(".txt");
+    const std::filesystem::path golden = directory() / (GetParam() + ".txt");
     if (getenv("REGENERATE_GOLDEN") != nullptr) std::ofstream(golden) << text;
     EXPECT_EQ(fileText(golden), text);
 }
 
-std::vector<std::filesystem::path> scenarios() {
-    std::vector<std::filesystem::path> files;
-    const auto directory = std::filesystem::path(__FILE__).replace_filename("scenarios");
-    for (const auto& entry : std::filesystem::directory_iterator(directory))
-        if (entry.path().extension() == ".json") files.push_back(entry.path());
-    return files;
+std::vector<std::string> scenarios() {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(directory()))
+        if (entry.path().extension() == ".json") names.push_back(entry.path().stem());
+    return names;
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, Scenario, testing::ValuesIn(scenarios()),
-                         [](const auto& scenario) { return scenario.param.stem().string(); });
+                         [](const auto& scenario) { return scenario.param; });
 
 } // namespace

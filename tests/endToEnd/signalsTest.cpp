@@ -78,6 +78,17 @@ TEST(SignalsAsleep, endTheDaemonAtOnce) {
     }
 }
 
+TEST(SignalsBeforeRegistration, endTheDaemonAtOnce) {
+    for (const int signal : {SIGTERM, SIGINT}) {
+        DaemonProcess daemon;
+        daemon.describe({{"faults", {{{"call", "ProcMonitorRegister"}, {"kind", "hang"}}}}});
+        EXPECT_EQ(daemon.launch(), 0);
+        waitFor("the registration", [&] { return !daemon.read("simulator/count").empty(); });
+        EXPECT_EQ(daemon.end(signal), 0);
+        EXPECT_EQ(logOf(daemon), "ZEB_MIRA_Update got signal " + std::to_string(signal) + "\n");
+    }
+}
+
 TEST_F(Signals, sigusr1EndsTheSleepAndNothingElse) {
     daemon.runToPass(1);
     daemon.signal(SIGUSR1);

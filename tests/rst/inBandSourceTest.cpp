@@ -1,5 +1,6 @@
 #include "rst/inBandSource.h"
 
+#include "daemon/logs.h"
 #include "rst/dqmiClient.h"
 #include "rst/treeWriters.h"
 #include "rst/updateCycle.h"
@@ -44,6 +45,19 @@ TEST(InBandSource, tellsWhatFailed) {
         error[0] = '\0';
         EXPECT_EQ(dqmiRequestValue(0, DQMI_CMD_GET_RST, 0, 7, error), row["value"]);
         EXPECT_EQ(error, row.value("valueError", ""));
+    }
+}
+
+TEST(InBandSource, isThereWhileTheAgentsAreConnected) {
+    const std::pair<json, const char*> rows[] = {{{{"state", 2}}, "QP Agent is connected!\n"},
+                                                 {{{"state", 1}}, "QP Agent is connected!\n"},
+                                                 {{{"state", 0}}, "retFlag = 0 (errMsg='')\n"},
+                                                 {nullptr, "retFlag = 0 (errMsg='send failed')\n"}};
+    for (const auto& [agents, log] : rows) {
+        describeMachine({{"controllers", json::array()}, {"agents", agents}});
+        std::filesystem::remove(below(RST_LOG_FILE));
+        EXPECT_EQ(iBDataAvailable(), log[0] == 'Q');
+        EXPECT_TRUE(textOf(below(RST_LOG_FILE)).ends_with("iBDataAvailable(): " + std::string(log))) << log;
     }
 }
 

@@ -1,0 +1,49 @@
+// What passes do not come to: numbers of the parameter database, and a table that another thread keeps.
+
+#include "sysinfo/driverMonitoring.h"
+#include "sysinfo/lcmParameters.h"
+#include "sysinfo/systemInformation.h"
+#include "tests/daemon/outputs.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace {
+
+using nlohmann::json;
+
+TEST(HostValues, numbersAreOfTheirOwnSizeOrMissingForAReason) {
+    const json number = {{"type", "number"}, {"value", 0x0102}, {"length", 2}};
+    const struct {
+        json values;
+        uint32_t length;
+        std::string message;
+    } rows[] = {{{number}, 2, ""},
+                {{number, number}, 0, "type error"},
+                {{{{"type", "text"}, {"value", "5"}}}, 0, "type error"},
+                {json::array(), 0, "not available"},
+                {{{{"type", "not available"}}}, 0, "not available"},
+                {nullptr, 0, "not available"}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.values);
+        placeFile(below("/machine.json"), json{{"lcm", {{"G", {{"N", {{"0", row.values}}}}}}}}.dump());
+        char message[LCM_MESSAGE_SIZE] = "";
+        const LCMRawValue value = getLCMParamNumber("G", "N", 0, message);
+        EXPECT_EQ(message, row.message);
+        ASSERT_EQ(value.length, row.length);
+        EXPECT_EQ(std::string(value.bytes, value.bytes + value.length), row.length == 0 ? "" : "\x02\x01");
+    }
+}
+
+TEST(HostValues, areLeftAloneWhileTheirTableIsKept) {
+    simulatedRoot(); // and its clock, for the waits
+    ASSERT_EQ(lockParamTable(), 1);
+    for (int (*step)(char*) : {updateDriverMonitoring, updateSystemInformation}) {
+        char message[LCM_MESSAGE_SIZE] = "";
+        EXPECT_EQ(step(message), STEP_NOT_LOCKED);
+        EXPECT_STREQ(message, "lock database filelist failed");
+    }
+    unlockParamTable();
+}
+
+} // namespace
