@@ -19,6 +19,7 @@ using Document = std::unique_ptr<XMLDoc, decltype(&freeXMLDoc)>;
 
 constexpr char FULL[] = "/var/full.xml"; // a device that takes nothing
 constexpr char NO_DIRECTORY[] = "/var/none/tree.xml";
+
 Document makeDocument(const std::string& value) {
     Document document(createXMLDoc(), freeXMLDoc);
     XMLNode* root = createElement("R");

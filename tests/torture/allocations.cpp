@@ -74,11 +74,6 @@ const bool REGISTERED = addTorture({"allocations", true, points, runPoint});
 
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the linker's names
 extern "C" {
-#define FAILING(result, failure, name, parameters, arguments)                                                          \
-    result __real_##name parameters;                                                                                   \
-    result __wrap_##name parameters {                                                                                  \
-        return failsNow() ? (failure) : __real_##name arguments;                                                       \
-    }
 FAILING(void*, nullptr, malloc, (size_t size), (size))
 FAILING(void*, nullptr, calloc, (size_t count, size_t size), (count, size))
 FAILING(void*, nullptr, realloc, (void* block, size_t size), (block, size))

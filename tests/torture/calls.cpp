@@ -149,12 +149,6 @@ const bool REGISTERED = addTorture({"calls", true, points, runPoint});
 extern "C" {
 XMLDoc* __real_createXMLDoc(void);
 void __real_freeXMLDoc(XMLDoc* document);
-XMLNode* __real_createElement(const char* name);
-int __real_setDocumentElement(XMLDoc* document, XMLNode* element);
-int __real_appendChild(XMLNode* parent, XMLNode* child);
-int __real_appendTextChild(XMLNode* parent, const char* name, const char* text);
-int __real_appendIntegerChild(XMLNode* parent, const char* name, int32_t value);
-int __real_setAttribute(XMLNode* element, const char* name, const char* value);
 char* __real_writeXMLEnhancedForBf(XMLWorkArea* workArea, const XMLDoc* document, const char* encoding, int compact,
                                    int declaration);
 
@@ -166,28 +160,16 @@ void __wrap_freeXMLDoc(XMLDoc* document) {
     if (document == youngest) youngest = nullptr;
     __real_freeXMLDoc(document);
 }
-XMLNode* __wrap_createElement(const char* name) {
-    return failsNow() ? nullptr : __real_createElement(name);
-}
-int __wrap_setDocumentElement(XMLDoc* document, XMLNode* element) {
-    return failsNow() ? 1 : __real_setDocumentElement(document, element);
-}
-int __wrap_appendChild(XMLNode* parent, XMLNode* child) {
-    return failsNow() ? 1 : __real_appendChild(parent, child);
-}
-int __wrap_appendTextChild(XMLNode* parent, const char* name, const char* text) {
-    return failsNow() ? 1 : __real_appendTextChild(parent, name, text);
-}
-int __wrap_appendIntegerChild(XMLNode* parent, const char* name, int32_t value) {
-    return failsNow() ? 1 : __real_appendIntegerChild(parent, name, value);
-}
-int __wrap_setAttribute(XMLNode* element, const char* name, const char* value) {
-    return failsNow() ? 1 : __real_setAttribute(element, name, value);
-}
 char* __wrap_writeXMLEnhancedForBf(XMLWorkArea* workArea, const XMLDoc* document, const char* encoding, int compact,
                                    int declaration) {
     writerFailed = failsNow();
     return writerFailed ? nullptr : __real_writeXMLEnhancedForBf(workArea, document, encoding, compact, declaration);
 }
+FAILING(XMLNode*, nullptr, createElement, (const char* name), (name))
+FAILING(int, 1, setDocumentElement, (XMLDoc * document, XMLNode* element), (document, element))
+FAILING(int, 1, appendChild, (XMLNode * parent, XMLNode* child), (parent, child))
+FAILING(int, 1, appendTextChild, (XMLNode * parent, const char* name, const char* text), (parent, name, text))
+FAILING(int, 1, appendIntegerChild, (XMLNode * parent, const char* name, int32_t value), (parent, name, value))
+FAILING(int, 1, setAttribute, (XMLNode * element, const char* name, const char* value), (element, name, value))
 }
 // NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)

@@ -15,3 +15,10 @@ struct Torture {
 
 // Each registers itself where it is defined: const bool REGISTERED = addTorture({...});
 bool addTorture(const Torture& torture);
+
+// Between the daemon's objects and a function that the link wraps (--wrap), where failsNow() tells what becomes of it.
+#define FAILING(result, failure, name, parameters, arguments)                                                          \
+    result __real_##name parameters;                                                                                   \
+    result __wrap_##name parameters {                                                                                  \
+        return failsNow() ? (failure) : __real_##name arguments;                                                       \
+    }
