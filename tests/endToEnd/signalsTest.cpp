@@ -46,10 +46,11 @@ void expectEnd(DaemonProcess& daemon, const std::string& log, int deregistration
     EXPECT_EQ(std::count_if(calls.begin(), calls.end(), isOwn), deregistrations);
 }
 
-// To pass 6, which reports the status and comes to the tree next.
+// To pass 6, which reports the status, comes to the tree next, and is to hang there.
 void letRunIntoTreeUpdate(DaemonProcess& daemon) {
     daemon.letRunToPass(6);
     waitFor("pass 6", [&] { return daemon.calls("updateSystemStatus").size() == 3; });
+    waitFor("its hang", [&] { return daemon.statusField("State").starts_with("S"); });
 }
 
 TEST(SignalsAsleep, endTheDaemonAtOnce) {
