@@ -242,9 +242,7 @@ const Duty& dutyNamed(const std::string& name) {
 }
 
 void describeState(int state, const nlohmann::json& faults) {
-    const std::string file = below("/machine.json");
-    std::ofstream(file + ".new") << inState(wholeMachine(), state) << R"(, "faults": )" << faults.dump() << "}";
-    std::filesystem::rename(file + ".new", file);
+    placeFile(below("/machine.json"), inState(wholeMachine(), state) + R"(, "faults": )" + faults.dump() + "}");
 }
 
 std::string endure(const Duty& duty, const Blow& blow) {
