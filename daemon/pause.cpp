@@ -52,6 +52,13 @@ bool deferSignal(int signal) {
     return true;
 }
 
+void keepSignalsDuring(void (*work)()) {
+    const bool waited = g_waiting.exchange(false);
+    work();
+    g_waiting = waited;
+    deliverSignals();
+}
+
 int getDeferredTermination() {
     for (const int signal : TERMINATION_SIGNALS)
         if ((g_deferredSignals & 1U << signal) != 0) return signal;

@@ -16,6 +16,9 @@ constexpr unsigned GIVE_UP_SECONDS = 5;
 // For handlers. True: the signal is kept for the next wait and the handler is to return. False: act now.
 bool deferSignal(int signal);
 
+// For handlers that call libraries: signals that arrive meanwhile are kept as in a pass, and delivered at its end.
+void keepSignalsDuring(void (*work)());
+
 // The termination signal that is being kept, 0: none. Async-signal-safe.
 int getDeferredTermination();
 

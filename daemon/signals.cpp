@@ -34,26 +34,13 @@ void changeSignalMask(int how) {
     pthread_sigmask(how, &signals, nullptr);
 }
 
-// While it lives, nothing interrupts a handler but the time limit of the exit. What was interrupted keeps its errno.
-class UndisturbedHandler {
-  public:
-    UndisturbedHandler() {
-        const sigset_t requests = makeSignalSet({SIGTERM, SIGINT, SIGUSR1});
-        pthread_sigmask(SIG_BLOCK, &requests, &before_);
-        const sigset_t limit = makeSignalSet({SIGALRM});
-        pthread_sigmask(SIG_UNBLOCK, &limit, nullptr);
-    }
-    ~UndisturbedHandler() {
-        pthread_sigmask(SIG_SETMASK, &before_, nullptr);
-        errno = error_;
-    }
-    UndisturbedHandler(const UndisturbedHandler&) = delete;
-    UndisturbedHandler& operator=(const UndisturbedHandler&) = delete;
-
-  private:
-    sigset_t before_;
-    const int error_ = errno;
-};
+// From here on nothing interrupts a handler that ends the daemon but the time limit of the exit.
+void blockRequests() {
+    const sigset_t requests = makeSignalSet({SIGTERM, SIGINT, SIGUSR1});
+    pthread_sigmask(SIG_BLOCK, &requests, nullptr);
+    const sigset_t limit = makeSignalSet({SIGALRM});
+    pthread_sigmask(SIG_UNBLOCK, &limit, nullptr);
+}
 
 // A thread that a library started may be given a signal of the main thread's: it is passed on.
 bool passToMainThread(int signal) {
@@ -77,7 +64,7 @@ void noteTermination(int signal) {
 void onTerminateSignal(int signal) {
     const bool isRequest = signal == SIGTERM || signal == SIGUSR1; // else a fault of the program: at once
     if (isRequest && (passToMainThread(signal) || deferSignal(signal))) return;
-    const UndisturbedHandler guard;
+    blockRequests();
     noteTermination(signal);
     for (const int other : {SIGTERM, SIGABRT, SIGSEGV, SIGKILL, SIGTRAP, SIGBUS, SIGILL}) std::signal(other, SIG_DFL);
     endDaemon();
@@ -93,7 +80,7 @@ void noteRegistration() {
 
 void onInterruptSignal(int signal) {
     if (passToMainThread(signal) || deferSignal(signal)) return;
-    const UndisturbedHandler guard;
+    blockRequests();
     noteInterrupt();
     if (getpid() != g_mainPid) {
         HandlerLine()
@@ -119,12 +106,13 @@ void onSignalBeforeRegistration(int signal) {
     _exit(0);
 }
 
-// Returns, and so ends the pause that it interrupts.
+// Returns, and so ends the pause that it interrupts. A library may hang here as in a pass.
 void onSnmpdRestartSignal(int signal) {
     if (signal != SIGUSR1 || passToMainThread(signal) || deferSignal(signal)) return;
-    const UndisturbedHandler guard;
+    const int error = errno;
     std::signal(SIGUSR1, onSnmpdRestartSignal);
-    restartSnmpdRegistration();
+    keepSignalsDuring(restartSnmpdRegistration);
+    errno = error;
 }
 
 // The time for ending is over: the main thread hangs in a pass, or in the exit.

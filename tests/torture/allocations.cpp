@@ -2,6 +2,7 @@
 // daemon's objects, the XML library's among them, and the C library; what the simulator allocates passes by. A function
 // of the C library that allocates for the daemon fails as a whole, as it does when its own allocation fails.
 
+#include "rst/updateCycle.h"
 #include "tests/torture/duties.h"
 #include "tests/torture/torture.h"
 
@@ -26,10 +27,7 @@ bool failsNow() {
     return fails;
 }
 
-// Runs before which the allocations fail: in the first of a process, in one that has something to keep.
-constexpr const char* CYCLES[] = {"first", "second"};
-
-Blow blowAt(int healthyBefore, uint64_t number) {
+Blow blowAt(const Duty& duty, int healthyBefore, uint64_t number) {
     return {healthyBefore,
             [number] {
                 allocations = 0;
@@ -37,9 +35,11 @@ Blow blowAt(int healthyBefore, uint64_t number) {
                 counts = true;
                 return nlohmann::json::array();
             },
-            [](int) {
+            [&duty, number](int code) -> std::string {
                 counts = false;
-                return std::string();
+                if (allocations < number) return "there is no such allocation";
+                const bool isUpdate = duty.run == updateRAIDStorageTree;
+                return isUpdate && (code == UPDATE_NOTHING_NEW || code == UPDATE_DISABLED) ? "a wrong code" : "";
             }};
 }
 
@@ -48,7 +48,7 @@ std::vector<std::string> points() {
     for (const Duty& duty : duties())
         for (int cycle = 0; cycle < 2; ++cycle) {
             const std::vector<std::string> count = linesFromChild([&] {
-                const std::string wrong = endure(duty, blowAt(cycle, 0));
+                const std::string wrong = endure(duty, blowAt(duty, cycle, 0));
                 if (!wrong.empty()) throw std::runtime_error(wrong);
                 return std::to_string(allocations) + "\n";
             });
@@ -65,7 +65,8 @@ std::string runPoint(const std::string& point) {
     std::smatch parts;
     if (!std::regex_match(point, parts, form)) return "there is no such point";
     failsForEver = parts[4] == "ever";
-    return endure(dutyNamed(parts[1]), blowAt(parts[2] == CYCLES[0] ? 0 : 1, std::stoull(parts[3])));
+    const Duty& duty = dutyNamed(parts[1]);
+    return endure(duty, blowAt(duty, parts[2] == CYCLES[0] ? 0 : 1, std::stoull(parts[3])));
 }
 
 const bool REGISTERED = addTorture({"allocations", true, points, runPoint});

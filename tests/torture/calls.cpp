@@ -10,12 +10,14 @@
 #include "platform/xmlParser.h"
 
 #include <regex>
+#include <set>
 #include <string_view>
 
 namespace {
 
 using nlohmann::json;
 
+constexpr size_t MOST_CALLS = 1500; // in a run
 constexpr const char* KINDS[] = {"error", "empty", "short", "garbage", "counts"};
 
 // The XML library's calls of the duty.
@@ -40,11 +42,12 @@ std::string callLog() {
     return textOf(sim::simulatorFile("calls.jsonl"));
 }
 
-// What the log has behind its first `size` bytes.
+// What the log has behind its first `size` bytes of calls that can fail.
 std::vector<json> callsSince(size_t size) {
     std::istringstream lines(callLog().substr(size));
     std::vector<json> calls;
-    for (std::string line; std::getline(lines, line);) calls.push_back(json::parse(line));
+    for (std::string line; std::getline(lines, line);)
+        if (json call = json::parse(line); call["call"] != "hostSignal") calls.push_back(std::move(call));
     return calls;
 }
 
@@ -70,75 +73,93 @@ int updateCode(const std::vector<json>& calls) {
     return status == 0 ? UPDATE_WRITTEN : UPDATE_NO_CACHE;
 }
 
-// DUTY-NUMBER-CALL-KIND-once or -ever; the call is for the reader.
-std::string pointsOf(const Duty& duty, const std::vector<json>& calls) {
-    std::string points;
-    const auto add = [&](uint64_t number, const std::string& call, const char* kind) {
-        for (const char* how : {"-once\n", "-ever\n"})
-            points += std::string(duty.name) + "-" + std::to_string(number) + "-" + call + "-" + kind + how;
-    };
-    for (size_t i = 0; i < calls.size(); ++i) {
-        if (i >= DECIDING_CALLS && decides(calls[i])) throw std::runtime_error("an update begins differently");
-        for (const char* kind : KINDS)
-            if (kind == KINDS[0] || !handsOutNothing(calls[i])) add(i + 1, calls[i]["call"], kind);
-    }
-    for (uint64_t i = 1; i <= xmlCalls; ++i) add(i, "xml", KINDS[0]);
-    return points;
-}
-
-std::string undisturbed(const Duty& duty) {
+// A line for each call of a run, what tells it from others of its name included, and one with the number of XML calls.
+std::string undisturbed(const Duty& duty, int cycle) {
     setenv("BMC_TRACE", "1", 1);
     size_t before = 0;
-    std::string points;
+    std::string lines;
     const auto begin = [&] {
         before = callLog().size();
         xmlCalls = 0;
         return json::array();
     };
-    const auto end = [&](int) {
-        points = pointsOf(duty, callsSince(before));
-        return std::string();
+    const auto end = [&](int) -> std::string {
+        const std::vector<json> calls = callsSince(before);
+        for (size_t i = 0; i < calls.size(); ++i) {
+            if (i >= DECIDING_CALLS && decides(calls[i])) return "an update begins differently";
+            lines += calls[i]["call"].get<std::string>() + (handsOutNothing(calls[i]) ? " status " : " answer ") +
+                     calls[i]["args"].dump().substr(0, 100) + "\n";
+        }
+        lines += std::to_string(xmlCalls) + "\n";
+        return "";
     };
-    const std::string wrong = endure(duty, {1, begin, end});
+    const std::string wrong = endure(duty, {cycle, begin, end});
     if (!wrong.empty()) throw std::runtime_error(wrong);
-    return points;
+    return lines;
 }
 
+// DUTY-CYCLE-NUMBER-CALL-KIND-once or -ever; the call is for the reader. Of a first run what a second does not call.
 std::vector<std::string> points() {
     std::vector<std::string> all;
-    for (const Duty& duty : duties())
-        for (const std::string& point : linesFromChild([&] { return undisturbed(duty); })) all.push_back(point);
+    const auto add = [&](const Duty& duty, int cycle, uint64_t number, const std::string& call, const char* kind) {
+        for (const char* how : {"-once", "-ever"})
+            all.push_back(std::string(duty.name) + "-" + CYCLES[cycle] + "-" + std::to_string(number) + "-" + call +
+                          "-" + kind + how);
+    };
+    for (const Duty& duty : duties()) {
+        std::set<std::string> known;
+        for (const int cycle : {1, 0}) {
+            std::vector<std::string> calls = linesFromChild([&] { return undisturbed(duty, cycle); });
+            const uint64_t xmlCount = std::stoull(calls.back());
+            calls.pop_back();
+            if (calls.size() > MOST_CALLS) throw std::runtime_error("a duty makes too many calls");
+            for (size_t i = 0; i < calls.size(); ++i) {
+                if (cycle == 0 && known.contains(calls[i])) continue;
+                known.insert(calls[i]);
+                std::istringstream words(calls[i]);
+                std::string name;
+                std::string what;
+                words >> name >> what;
+                for (const char* kind : KINDS)
+                    if (kind == KINDS[0] || what == "answer") add(duty, cycle, i + 1, name, kind);
+            }
+            for (uint64_t i = 1; cycle == 1 && i <= xmlCount; ++i) add(duty, cycle, i, "xml", KINDS[0]);
+        }
+    }
     return all;
 }
 
 std::string runPoint(const std::string& point) {
-    const std::regex form(R"((\w+)-(\d+)-(\w+)-(\w+)-(once|ever))");
+    const std::regex form(R"((\w+)-(first|second)-(\d+)-(\w+)-(\w+)-(once|ever))");
     std::smatch parts;
     if (!std::regex_match(point, parts, form)) return "there is no such point";
     const Duty& duty = dutyNamed(parts[1]);
-    const uint64_t number = std::stoull(parts[2]);
-    const bool isXml = parts[3] == "xml";
+    const uint64_t number = std::stoull(parts[3]);
+    const bool isXml = parts[4] == "xml";
     const bool isDeciding = !isXml && number <= DECIDING_CALLS;
-    failsForEver = parts[5] == "ever";
+    failsForEver = parts[6] == "ever";
     if (isDeciding) setenv("BMC_TRACE", "1", 1);
     size_t before = 0;
+    uint64_t countBefore = 0;
     const auto begin = [&]() -> json {
         before = callLog().size();
+        countBefore = countedCalls();
         xmlCalls = 0;
         if (isXml) failingXmlCall = number;
         if (isXml) return json::array();
-        json fault = {{"nth", countedCalls() + number}, {"kind", parts[4].str()}};
+        json fault = {{"nth", countBefore + number}, {"kind", parts[5].str()}};
         if (!failsForEver) fault["times"] = 1;
         return json::array({fault});
     };
     const auto end = [&](int code) -> std::string {
         failingXmlCall = 0;
+        if ((isXml ? xmlCalls : countedCalls() - countBefore) < number) return "there is no such call";
         if (duty.run != updateRAIDStorageTree) return "";
         int expected = isDeciding ? updateCode(callsSince(before)) : UPDATE_WRITTEN;
         if (isXml) expected = writerFailed ? UPDATE_NOT_WRITTEN : UPDATE_NO_DOCUMENT;
         return code == expected ? "" : std::to_string(expected) + " is expected";
     };
-    return endure(duty, {1, begin, end});
+    return endure(duty, {parts[2] == CYCLES[0] ? 0 : 1, begin, end});
 }
 
 const bool REGISTERED = addTorture({"calls", true, points, runPoint});

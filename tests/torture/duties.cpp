@@ -40,39 +40,11 @@ std::string documentIn(int state) {
     return inState(golden, state);
 }
 
-nlohmann::json hostData() {
-    const auto text = [](const char* value) { return nlohmann::json{{{"type", "text"}, {"value", value}}}; };
-    const auto number = [](int value) { return nlohmann::json{{{"type", "number"}, {"value", value}}}; };
-    const auto raw = [](const char* value) { return nlohmann::json{{{"type", "raw"}, {"value", value}}}; };
-    return {{"lcm",
-             {{"System Information",
-               {{"SystemName", {{"0", text(NAME_IN_FILES)}}},
-                {"CabinetLocation", {{"0", text("row 7")}}},
-                {"OSProductName", {{"0", text("OS of bench-05")}}},
-                {"ServerAssetTag", {{"0", text("A-20417")}}},
-                {"OsLocalTimeOffset", {{"0", number(60)}}},
-                {"ConfServerMgmtIp", {{"-1", raw("c0000215")}}},
-                {"ConfServerMgmtIp6", {{"-1", raw("20010db8000000000000000000000015")}}}}},
-              {"Driver Monitoring",
-               {{"DrvMonNumberComponents", {{"-1", number(1)}}},
-                {"DrvMonComponentName", {{"0", {{{"type", "not available"}}}}}},
-                {"DrvMonSummaryStatus", {{"-1", number(1)}}}}},
-              {"Driver Monitoring Events", {{"DrvMonNumberEvents", {{"-1", number(1)}}}}}}},
-            {"ipmi",
-             {{"session", true},
-              {"userAccess", {{"raw", {{"0", "0004"}}}}},
-              {"users",
-               {{"2", {{"code", 0}, {"name", {{"raw", {{"0", "61"}}}}}, {"snmp", {1, 2, 3, 4}}}},
-                {"3", {{"code", 0xCC}}}}}}},
-            {"dqmi", {{"connection", 3}, {"text", textOf(GOLDEN_DOCUMENT)}}},
-            {"processes", {{SNMPD_PID, {{"cmdline", {"/usr/sbin/snmpd", "-f"}}}}}}};
-}
-
 // Its text without the last bracket, to which faults can be added. Put together once, before points are forked off.
 const std::string& wholeMachine() {
     static const std::string text = [] {
         nlohmann::json machine = nlohmann::json::parse(std::ifstream(RICH_MACHINE));
-        machine.merge_patch(hostData());
+        machine.merge_patch(describedHost(SNMPD_PID));
         std::string whole = machine.dump();
         whole.pop_back();
         return whole;
@@ -228,6 +200,34 @@ std::string runHealthy(const Duty& duty, int state) {
 
 } // namespace
 
+nlohmann::json describedHost(const char* snmpdPid) {
+    const auto text = [](const char* value) { return nlohmann::json{{{"type", "text"}, {"value", value}}}; };
+    const auto number = [](int value) { return nlohmann::json{{{"type", "number"}, {"value", value}}}; };
+    const auto raw = [](const char* value) { return nlohmann::json{{{"type", "raw"}, {"value", value}}}; };
+    return {{"lcm",
+             {{"System Information",
+               {{"SystemName", {{"0", text(NAME_IN_FILES)}}},
+                {"CabinetLocation", {{"0", text("row 7")}}},
+                {"OSProductName", {{"0", text("OS of bench-05")}}},
+                {"ServerAssetTag", {{"0", text("A-20417")}}},
+                {"OsLocalTimeOffset", {{"0", number(60)}}},
+                {"ConfServerMgmtIp", {{"-1", raw("c0000215")}}},
+                {"ConfServerMgmtIp6", {{"-1", raw("20010db8000000000000000000000015")}}}}},
+              {"Driver Monitoring",
+               {{"DrvMonNumberComponents", {{"-1", number(1)}}},
+                {"DrvMonComponentName", {{"0", {{{"type", "not available"}}}}}},
+                {"DrvMonSummaryStatus", {{"-1", number(1)}}}}},
+              {"Driver Monitoring Events", {{"DrvMonNumberEvents", {{"-1", number(1)}}}}}}},
+            {"ipmi",
+             {{"session", true},
+              {"userAccess", {{"raw", {{"0", "0004"}}}}},
+              {"users",
+               {{"2", {{"code", 0}, {"name", {{"raw", {{"0", "61"}}}}}, {"snmp", {1, 2, 3, 4}}}},
+                {"3", {{"code", 0xCC}}}}}}},
+            {"dqmi", {{"connection", 3}, {"text", textOf(GOLDEN_DOCUMENT)}}},
+            {"processes", {{snmpdPid, {{"cmdline", {"/usr/sbin/snmpd", "-f"}}}}}}};
+}
+
 const std::vector<Duty>& duties() {
     static const std::vector<Duty> all = {{"update", updateRAIDStorageTree, tree, documentIn, judgeUpdate},
                                           {"agents", updateFromAgents, tree, documentIn, judgeAgents},
@@ -250,6 +250,7 @@ std::string endure(const Duty& duty, const Blow& blow) {
     int state = 1;
     for (; state <= blow.healthyBefore; ++state)
         if (const std::string wrong = runHealthy(duty, state); !wrong.empty()) return wrong;
+    describeState(state);
     const std::string before = duty.published();
     const size_t descriptors = countDescriptors();
     describeState(state, blow.begin());

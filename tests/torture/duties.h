@@ -20,8 +20,14 @@ struct Duty {
 const std::vector<Duty>& duties();
 const Duty& dutyNamed(const std::string& name);
 
+// What that machine has beside its controllers.
+nlohmann::json describedHost(const char* snmpdPid);
+
 // Lays out the root, and the machine in a state.
 void describeState(int state, const nlohmann::json& faults = nlohmann::json::array());
+
+// In which run something fails: the first of a process, one that has something to keep.
+inline constexpr const char* CYCLES[] = {"first", "second"};
 
 // Runs the duty while something fails, between `begin`, which tells the faults of the machine, and `end`, which judges
 // the code; before that, `healthyBefore` times undisturbed. Then nothing must be lost, and a healthy run has to

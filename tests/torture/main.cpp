@@ -3,10 +3,13 @@
 
 #include "tests/torture/torture.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <map>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -41,6 +44,13 @@ struct Tally {
     exit(wrong.empty() ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
+// The daemon of a point that was killed comes to this process.
+void killOrphans(const Tally& tally) {
+    std::ifstream children("/proc/self/task/" + std::to_string(getpid()) + "/children");
+    for (pid_t child = 0; children >> child;)
+        if (!tally.running.contains(child)) kill(child, SIGKILL);
+}
+
 void waitForOne(Tally& tally) {
     int status = 0;
     const pid_t ended = wait(&status);
@@ -54,6 +64,7 @@ void waitForOne(Tally& tally) {
         fprintf(stderr, "again: %s '%s'\n", tally.program.c_str(), point->second.c_str());
     }
     tally.running.erase(point);
+    if (WIFSIGNALED(status)) killOrphans(tally);
 }
 
 void start(const Torture& torture, const std::string& point, Tally& tally) {
@@ -68,7 +79,13 @@ void start(const Torture& torture, const std::string& point, Tally& tally) {
 }
 
 void runPoints(const Torture& torture, size_t every, size_t offset, Tally& tally) {
-    const std::vector<std::string> points = torture.points();
+    std::vector<std::string> points;
+    try {
+        points = torture.points();
+    } catch (const std::exception& exception) { // what is undisturbed is to work
+        ++tally.failed;
+        fprintf(stderr, "%s: %s\nagain: %s %s\n", torture.name, exception.what(), tally.program.c_str(), torture.name);
+    }
     for (size_t i = offset % every; i < points.size(); i += every) start(torture, points[i], tally);
     while (!tally.running.empty()) waitForOne(tally);
     printf("%s: %zu points\n", torture.name, points.size());
@@ -98,6 +115,7 @@ bool addTorture(const Torture& torture) {
 }
 
 int main(int argc, char** argv) {
+    prctl(PR_SET_CHILD_SUBREAPER, 1);
     Tally tally;
     tally.program = argv[0];
     size_t every = 1;

@@ -52,7 +52,6 @@ void demandWholeLines(const std::string& text, const std::string& form) {
 
 void demandWholeFiles(const Scene& scene) {
     scene.confStates();
-    scene.demandNoLocks();
     demandWholeLines(scene.read(RST_LOG), R"(|\d{4}/\d\d/\d\d \d\d:\d\d:\d\d\.\d{6}\t.*)");
     const std::string tree = scene.read(TREE);
     demand(tree.starts_with("<?xml") && tree.ends_with("</QPRaidStorageDeviceTree>\n"), "no whole tree: " + tree);

@@ -83,7 +83,6 @@ void demandRecovery(Scene& scene) {
     const std::string tree = scene.read(TREE);
     const ConfStates states = scene.confStates();
     demand(std::is_sorted(states.rbegin(), states.rend()), "a later value was written before an earlier one");
-    scene.demandNoLocks();
     scene.restart();
     demand(tree == OLD_TREE || scene.read(TREE).starts_with(tree), "neither old tree nor new one: " + tree);
     scene.demandPublished(0);
