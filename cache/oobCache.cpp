@@ -42,8 +42,8 @@ SL_ENCL_ELEMENT_T getElement(const SL_ENCL_STATUS_T* status, EnclosureElement ki
 }
 
 void indexDrives(MRCtrlInst& controller) {
-    std::fill_n(controller.listBySlot.first, 256, NO_DRIVE);
-    std::fill_n(controller.infoBySlot.first, 256, NO_DRIVE);
+    std::ranges::fill(controller.listBySlot.first, NO_DRIVE);
+    std::ranges::fill(controller.infoBySlot.first, NO_DRIVE);
     // From the back, so that every chain ascends.
     for (int k = int(getListCount(controller.mrPdList)) - 1; k >= 0; --k) {
         int16_t& first = controller.listBySlot.first[controller.mrPdList->addr[k].slotNumber];

@@ -88,8 +88,8 @@ inline uint32_t getComponentCount(const MR_CTRL_INFO& info) {
 inline uint32_t getListCount(const MR_PD_LIST* list) {
     return list == nullptr ? 0 : boundCount(list->count, PD_CAPACITY);
 }
-inline uint32_t getListCount(const MR_SAS_CONNECTORS* list) {
-    return list == nullptr ? 0 : boundCount(list->count, CONNECTOR_CAPACITY);
+inline uint32_t getListCount(const MR_SAS_CONNECTORS& list) {
+    return boundCount(list.count, CONNECTOR_CAPACITY);
 }
 inline uint32_t getListCount(const MR_ENCL_LIST* list) {
     return list == nullptr ? 0 : boundCount(list->count, ENCLOSURE_CAPACITY);

@@ -44,7 +44,7 @@ XMLNode* createPort(const char* name) {
 void addConnectorPorts(XMLNode* adapter, int ctrlIndex, const MRCtrlInst& controller) {
     if (controller.mrSASConn == nullptr) return;
     trace("\taddPortInfo2XML(): mrSASConn->count= %d\n", int(controller.mrSASConn->count));
-    for (uint32_t c = 0; c < getListCount(controller.mrSASConn); ++c) {
+    for (uint32_t c = 0; c < getListCount(*controller.mrSASConn); ++c) {
         const auto name = endField(controller.mrSASConn->conn[c].name);
         XMLNode* port = createPort(name.text);
         appendChild(adapter, port);

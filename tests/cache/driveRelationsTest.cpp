@@ -1,0 +1,31 @@
+#include "cache/driveRelations.h"
+
+#include "tests/daemon/outputs.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace {
+
+TEST(DriveRelations, tellThatTheyCannotBeRead) {
+    describeMachine({{"controllers", {{{"id", 7}}}}});
+    SL_LD_OF_PD_T drives;
+    const std::string traced = tracedBy([&] { EXPECT_NE(raid_GetLDsOfPD(7, 300, &drives), 0); });
+    EXPECT_TRUE(traced.starts_with("raid_GetPDsOfLD(): FAILED to get logical disks for physical disk with ctrlId=7, "
+                                   "devId=300 ret="))
+        << traced;
+}
+
+TEST(DriveRelations, takePredictedFailuresAtTheirWordInSomeStates) {
+    MR_PD_INFO info{};
+    info.predFailCount = 1;
+    std::string states;
+    for (info.fwState = 0; info.fwState < 0x100; ++info.fwState)
+        if (const std::string text = getPdSmartStatusText(nullptr, &info); text != "OK") {
+            EXPECT_EQ(text, "Failure Predicted");
+            states += std::to_string(info.fwState) + " ";
+        }
+    EXPECT_EQ(states, "1 2 16 17 20 32 64 128 130 144 ");
+}
+
+} // namespace
