@@ -76,6 +76,28 @@ TEST_F(Golden, documentsOfTheDescribedServers) {
         compare(GOLDEN / file.filename().replace_extension(".xml"), documentOf(json::parse(std::ifstream(file))));
 }
 
+TEST_F(Golden, detailsOfAServerShow) {
+    std::string longText = "0d0a534e3a204c4f4e470d0a"; // a line "SN: LONG"
+    while (longText.size() < 512) longText += "20";
+    const struct {
+        const char* where;
+        json value;
+        const char* shown;
+    } rows[] = {
+        {"/controllers/0/records/MR_CTRL_INFO/imageComponent/1/buildDate", "M", ">M 16:04:48<"},
+        {"/faults", {{{"call", "raid_PhysicalDriveGetEnclosureNumber"}, {"kind", "error"}}}, "ST4000QN0012 (0:0)<"},
+        {"/controllers/0/devices/10/ataRpm", 15050, "<RPM>15.1<"},
+        {"/controllers/0/devices/61/pages/7/raw/29", "00000100" + longText, "<SerialNumber>LONG<"},
+    };
+    for (const auto& row : rows) {
+        json machine = describedServer("rich");
+        forget();
+        EXPECT_EQ(documentOf(machine).find(row.shown), std::string::npos) << row.where;
+        machine[json::json_pointer(row.where)] = row.value;
+        EXPECT_NE(documentOf(machine).find(row.shown), std::string::npos) << row.where;
+    }
+}
+
 TEST_F(Golden, updatesOnHostileServers) {
     for (std::filesystem::path file : filesIn(HOSTILE_MACHINES)) {
         const std::string outputs = outputsOf(json::parse(std::ifstream(file)));

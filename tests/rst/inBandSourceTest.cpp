@@ -61,16 +61,4 @@ TEST(InBandSource, isThereWhileTheAgentsAreConnected) {
     }
 }
 
-// What the copy of a document is like, the fuzz target demands.
-TEST(InBandSource, copiesAnXmlFileOnly) {
-    constexpr char copy[] = "/tmp/ibRAID.xml";
-    for (const auto& [text, result] : {std::pair("<a><b>1</b>", 1), {"", 1}, {"<a/>", 0}}) {
-        std::ofstream(below("/tmp/in.xml")) << text;
-        EXPECT_EQ(readXMLFile("/tmp/in.xml"), result) << text;
-        EXPECT_EQ(std::filesystem::exists(below(copy)), result == 0) << text;
-    }
-    EXPECT_EQ(readXMLFile("/tmp/missing.xml"), 1);
-    EXPECT_EQ(textOf(below(copy)), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<a></a>\n");
-}
-
 } // namespace

@@ -6,11 +6,14 @@
 
 #include <cerrno>
 #include <csignal>
+#include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -19,6 +22,7 @@ using Document = std::unique_ptr<XMLDoc, decltype(&freeXMLDoc)>;
 
 constexpr char FULL[] = "/var/full.xml"; // a device that takes nothing
 constexpr char NO_DIRECTORY[] = "/var/none/tree.xml";
+constexpr char NO_LOCK[] = "/var/pipe.xml";
 
 Document makeDocument(const std::string& value) {
     Document document(createXMLDoc(), freeXMLDoc);
@@ -48,14 +52,18 @@ TEST(TreeWriters, tellWhatBecameOfTheTree) {
         {"no root", [&] { return writeRST2File(empty.get(), RST_FILE); }},
         {"no place", [&] { return writeRST2File(tree.get(), NO_DIRECTORY); }},
         {"device full", [&] { return writeRST2File(tree.get(), FULL); }},
+        {"no lock", [&] { return writeRST2File(tree.get(), NO_LOCK); }},
         {"a text", [] { return writeRSTString2File("<R/>", RST_FILE); }},
         {"an empty text", [] { return writeRSTString2File("", RST_FILE); }},
         {"no text", [] { return writeRSTString2File(nullptr, RST_FILE); }},
         {"a text, no place", [] { return writeRSTString2File("<R/>", NO_DIRECTORY); }},
         {"a text, device full", [] { return writeRSTString2File("<R/>", FULL); }},
+        {"a text, no lock", [] { return writeRSTString2File("<R/>", NO_LOCK); }},
     };
     const json expected = casesOf(__FILE__);
     std::filesystem::create_symlink("/dev/full", below(FULL));
+    ASSERT_EQ(mkfifo(below(NO_LOCK).c_str(), 0600), 0);
+    const int reader = open(below(NO_LOCK).c_str(), O_RDWR); // without one the writer would wait
     for (const auto& row : rows) {
         std::filesystem::remove(below(RST_LOG_FILE));
         std::ofstream(below(RST_FILE)) << "old";
@@ -66,7 +74,8 @@ TEST(TreeWriters, tellWhatBecameOfTheTree) {
         found["file"] = textOf(below(RST_FILE));
         EXPECT_EQ(found, expected[row.what]) << row.what;
     }
-    std::filesystem::remove(below(FULL));
+    close(reader);
+    for (const char* path : {FULL, NO_LOCK}) std::filesystem::remove(below(path));
 }
 
 TEST(TreeWriters, noticeTextsCutShort) {

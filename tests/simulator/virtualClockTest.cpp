@@ -25,15 +25,6 @@ void note(const std::string& name) {
     events.push_back(name + std::to_string(theClock->now() - START));
 }
 
-template <char Name, unsigned Pause, int Times>
-void* sleeper(void*) {
-    for (int i = 0; i < Times; ++i) {
-        note({Name});
-        theClock->sleep(Pause);
-    }
-    return nullptr;
-}
-
 std::atomic<int> handled = 0;
 void onSignal(int) {
     ++handled;
@@ -68,25 +59,6 @@ class VirtualClockTest : public testing::Test {
     const std::string statusFile = below("/tmp/") + testing::UnitTest::GetInstance()->current_test_info()->name();
     const std::string limitFile = statusFile + ".until";
 };
-
-TEST_F(VirtualClockTest, threadsTakeTurnsByWakeUpTimeAndTheYoungestFirst) {
-    start({});
-    const pthread_t ending = startThread(sleeper<'a', 30, 4>);
-    const pthread_t endless = startThread(sleeper<'b', 60, 100>);
-    for (int i = 0; i < 3; ++i) {
-        note("m");
-        EXPECT_EQ(theClock->sleep(60), 0);
-    }
-    pthread_cancel(endless);
-    pthread_join(endless, nullptr);
-    note("m");
-    EXPECT_EQ(theClock->sleep(60), 0);
-    note("m");
-    pthread_join(ending, nullptr);
-    const std::vector<std::string> expected = {"m0",  "b0",   "a0",   "a30",  "b60",  "a60", "m60",
-                                               "a90", "b120", "m120", "b180", "m180", "m240"};
-    EXPECT_EQ(events, expected);
-}
 
 // Tests of the process move it from limit to limit, which count from the start.
 TEST_F(VirtualClockTest, itTakesALimitAsATimeAndLeavesWhatIsNone) {

@@ -7,7 +7,6 @@
 #include <csignal>
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 namespace {
@@ -39,7 +38,6 @@ class HostProcess : public testing::Test {
         _exit(0);
     }
     [[noreturn]] void call() const;
-    [[noreturn]] void sleep() const;
 
     std::string root;
 };
@@ -94,33 +92,6 @@ TEST_F(HostProcess, laysOutItsRootAndRecordsEveryCallWithItsInputsAndOutput) {
 {"time": 5600, "call": "raid_StrncpyTrim", "args": ["206122c320", 5], "result": 0, "out": "6122c3"}
 {"time": 5600, "call": "etcGetDate", "args": [0, 3], "result": 1}
 )");
-}
-
-void onSignal(int) {}
-
-void* sleepForEver(void*) {
-    for (;;) hostSleep(4000000);
-}
-
-// A clock that runs by itself: sleeps of 30 ms, and of 200 s that end before.
-void HostProcess::sleep() const {
-    set({{"BMC_SPEED", "20000"}, {"BMC_TIME", "1000000"}});
-    const int64_t start = hostTime().seconds;
-    const unsigned left = hostSleep(600);
-    const int64_t slept = hostTime().seconds - start;
-    signal(SIGALRM, onSignal);
-    const itimerval soon = {{0, 0}, {0, 20000}};
-    setitimer(ITIMER_REAL, &soon, nullptr);
-    const unsigned early = hostSleep(4000000);
-    pthread_t thread = {};
-    hostStartThread(&thread, sleepForEver);
-    pthread_cancel(thread);
-    pthread_join(thread, nullptr);
-    _exit(left == 0 && start < 1100000 && slept >= 600 && early > 1000000 ? 0 : 1);
-}
-
-TEST_F(HostProcess, sleepsShorterOnAFasterClockAndStopsEarlyForASignalOrItsEnd) {
-    EXPECT_EXIT(sleep(), testing::ExitedWithCode(0), "");
 }
 
 } // namespace

@@ -127,6 +127,13 @@ TEST_F(ValueFunctions, answerWhatTheTreeDoesNotWrite) {
     EXPECT_EQ(ask(adapter, 1, 64), "Stopped 0");
     EXPECT_EQ(ask(enclosure, 0, 4), "5021A5E31700438F 0");
     EXPECT_EQ(ask(enclosure, 0, ENCL_PARAM_SUPPORT), " 1");
+    const Kind& sensor = KINDS[8];
+    const int criticalLow = 2;
+    EXPECT_EQ(ask(sensor, 0, criticalLow), " 0");
+    nlohmann::json machine = describedServer("rich");
+    machine["controllers"][0]["devices"]["60"]["thresholds"][0] = {-100, -100, -100, -100}; // not set
+    buildCache(machine);
+    EXPECT_EQ(ask(sensor, 0, criticalLow), " -1");
 }
 
 TEST_F(ValueFunctions, answerBadCallersWithCodes) {
@@ -135,8 +142,10 @@ TEST_F(ValueFunctions, answerBadCallersWithCodes) {
         SCOPED_TRACE(kind.name);
         char text[VALUE_TEXT_SIZE] = "###";
         int32_t number = 12345;
-        for (const auto& [ctrl, index] : {std::pair(0, 300), {0, -1}, {9, 0}, {-1, 0}})
+        for (const auto& [ctrl, index] : {std::pair(0, 300), {0, -1}, {9, 0}, {-1, 0}}) {
             EXPECT_EQ(kind.ask(99, ctrl, index, text, sizeof text, &number), VALUE_NO_OBJECT) << ctrl << " " << index;
+            EXPECT_EQ(number, kind.noNumber);
+        }
         EXPECT_EQ(tracedBy([&] { kind.ask(99, 9, 0, text, sizeof text, &number); }), kind.traceWithoutObject);
         for (const int id : {99, -1}) {
             EXPECT_EQ(kind.ask(id, 0, 0, text, sizeof text, &number), VALUE_OK);
