@@ -22,13 +22,18 @@ int sendCommand(uint32_t ctrlId, uint8_t command, uint8_t device, void* out, uin
     return ZEBRAID_DirectLibCommand(ctrlId, &packet, out, size);
 }
 
+const char* getErrorText(int status) {
+    const char* text = raid_GetErrorStatus(status);
+    return text == nullptr ? "" : text;
+}
+
 } // namespace
 
 int raid_GetPDsOfLD(uint32_t ctrlId, uint8_t targetId, SL_PD_IN_LD_T* out) {
     const int status = sendCommand(ctrlId, COMMAND_PDS_OF_LD, targetId, out, sizeof *out);
     if (status != 0 && isTracing())
         trace("raid_GetPDsOfLD(): FAILED to get physical disks for logical disk with ctrlId=%d, devId=%d ret=%d(%s)\n",
-              int(ctrlId), targetId, status, raid_GetErrorStatus(status));
+              int(ctrlId), targetId, status, getErrorText(status));
     return status;
 }
 
@@ -36,7 +41,7 @@ int raid_GetLDsOfPD(uint32_t ctrlId, uint16_t deviceId, SL_LD_OF_PD_T* out) {
     const int status = sendCommand(ctrlId, COMMAND_LDS_OF_PD, uint8_t(deviceId), out, sizeof *out);
     if (status != 0 && isTracing())
         trace("raid_GetPDsOfLD(): FAILED to get logical disks for physical disk with ctrlId=%d, devId=%d ret=%d(%s)\n",
-              int(ctrlId), deviceId, status, raid_GetErrorStatus(status));
+              int(ctrlId), deviceId, status, getErrorText(status));
     return status;
 }
 

@@ -3,7 +3,6 @@
 #include "daemon/trace.h"
 #include "values/enclosureAccess.h"
 
-#include <cstdio>
 #include <cstring>
 
 namespace {
@@ -49,7 +48,8 @@ void setName(const Enclosure& enclosure, char* sval, int svalLen) {
     // One after the other: the order in which arguments are evaluated is each processor's own.
     const auto vendor = trimField(enclosure.info->vendor);
     const char* type = raid_GetEnclosureTypeString(getModel(*enclosure.info).code);
-    snprintf(sval, size_t(svalLen), "%s %s (%d)", vendor.text, type, getEnclosureNumber(enclosure));
+    const int number = getEnclosureNumber(enclosure);
+    TextComposer(sval, svalLen).add(vendor.text).add(" ").add(type).add(" (").add(number).add(")");
 }
 
 // The state at this moment, not the cached one.

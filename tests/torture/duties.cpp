@@ -73,6 +73,7 @@ std::string judgeUpdate(int code, const std::string& before, const std::string& 
     if (code < UPDATE_WRITTEN || code > UPDATE_DISABLED) return "an unknown code";
     if (code == UPDATE_WRITTEN && after == before) return "nothing was written";
     if (code != UPDATE_WRITTEN && after != before) return "the file was touched";
+    if (after.find("(null)") != std::string::npos) return "a text that the library does not have is named";
     return code == UPDATE_WRITTEN ? schemaFaults() : "";
 }
 
