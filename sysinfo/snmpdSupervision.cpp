@@ -154,10 +154,10 @@ void reloadSnmpd() {
         signalEverySnmpd(SIGHUP);
         return;
     }
-    char text[32] = "";
-    const bool isRead = fgets(text, sizeof text, file) != nullptr;
+    char text[32]; // a number may stand behind an empty line
+    text[fread(text, 1, sizeof text - 1, file)] = '\0';
     fclose(file);
-    const unsigned long pid = isRead ? strtoul(text, nullptr, 10) : 0;
+    const unsigned long pid = strtoul(text, nullptr, 10);
     signalSnmpd(pid <= INT_MAX ? long(pid) : 0, SIGHUP);
 }
 
