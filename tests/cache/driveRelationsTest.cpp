@@ -8,8 +8,10 @@
 namespace {
 
 TEST(DriveRelations, tellThatTheyCannotBeRead) {
-    describeMachine({{"controllers", {{{"id", 7}}}}});
+    const nlohmann::json relations = {{"records", {{"LDS_OF_PD", {{"raw", {{"0", "01"}}}}}}}};
+    describeMachine({{"controllers", {{{"id", 7}, {"devices", {{"8", relations}}}}}}});
     SL_LD_OF_PD_T drives;
+    EXPECT_EQ(tracedBy([&] { EXPECT_EQ(raid_GetLDsOfPD(7, 8, &drives), 0); }), "");
     const std::string traced = tracedBy([&] { EXPECT_NE(raid_GetLDsOfPD(7, 300, &drives), 0); });
     EXPECT_TRUE(traced.starts_with("raid_GetPDsOfLD(): FAILED to get logical disks for physical disk with ctrlId=7, "
                                    "devId=300 ret="))

@@ -159,6 +159,9 @@ TEST_F(ValueFunctions, answerBadCallersWithCodes) {
             EXPECT_STREQ(text, "###");
         }
     }
+    OobMRCache* cache = std::exchange(oobMRCache, nullptr);
+    EXPECT_EQ(getController(0), nullptr);
+    oobMRCache = cache;
 }
 
 } // namespace
