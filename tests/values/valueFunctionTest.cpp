@@ -130,6 +130,11 @@ TEST_F(ValueFunctions, answerWhatTheTreeDoesNotWrite) {
     const Kind& sensor = KINDS[8];
     const int criticalLow = 2;
     EXPECT_EQ(ask(sensor, 0, criticalLow), " 0");
+    const Kind& drive = KINDS[3];
+    const int rpm = 9;
+    EXPECT_EQ(ask(drive, 0, rpm), "7.2 0");
+    free(std::exchange(oobMRCache->mrCtrlInst[0]->mrPdList, nullptr));
+    EXPECT_EQ(ask(drive, 0, rpm), " 0");
     nlohmann::json machine = describedServer("rich");
     machine["controllers"][0]["devices"]["60"]["thresholds"][0] = {-100, -100, -100, -100}; // not set
     buildCache(machine);
