@@ -45,6 +45,8 @@ TEST_F(Start, becomesADaemonInTheOrderedSteps) {
     const std::filesystem::path process = "/proc/" + std::to_string(daemon.pid());
     EXPECT_EQ(std::filesystem::read_symlink(process / "cwd"), daemon.path("var"));
     EXPECT_EQ(daemon.statusField("Umask"), "0000");
+    for (const auto& [file, mode] : {std::pair(TREE, 0666), {RST_LOG, 0666}, {DAEMON_LOG, 0644}})
+        EXPECT_EQ(int(std::filesystem::status(daemon.path(file)).permissions()), mode) << file;
     EXPECT_NE(std::stoull(daemon.statusField("SigIgn"), nullptr, 16) & 1ULL << (SIGPIPE - 1), 0U);
     EXPECT_EQ(daemon.statusField("Threads"), *EMULATOR == 0 ? "2" : "3") << "an emulator has one of its own";
 
