@@ -132,13 +132,17 @@ TEST_F(ValueFunctions, answerWhatTheTreeDoesNotWrite) {
     EXPECT_EQ(ask(sensor, 0, criticalLow), " 0");
     const Kind& drive = KINDS[3];
     const int rpm = 9;
+    const int deviceNumber = 10;
     EXPECT_EQ(ask(drive, 0, rpm), "7.2 0");
     free(std::exchange(oobMRCache->mrCtrlInst[0]->mrPdList, nullptr));
     EXPECT_EQ(ask(drive, 0, rpm), " 0");
+    EXPECT_EQ(ask(drive, 0, deviceNumber), " 0");
     nlohmann::json machine = describedServer("rich");
-    machine["controllers"][0]["devices"]["60"]["thresholds"][0] = {-100, -100, -100, -100}; // not set
-    buildCache(machine);
-    EXPECT_EQ(ask(sensor, 0, criticalLow), " -1");
+    for (const double notSet : {-100.0, 1e30, -1e30}) {
+        machine["controllers"][0]["devices"]["60"]["thresholds"][0] = {notSet, notSet, notSet, notSet};
+        buildCache(machine);
+        EXPECT_EQ(ask(sensor, 0, criticalLow), " -1") << notSet;
+    }
 }
 
 TEST_F(ValueFunctions, answerBadCallersWithCodes) {
