@@ -86,7 +86,8 @@ TEST_F(Golden, detailsOfAServerShow) {
     } rows[] = {
         {"/controllers/0/records/MR_CTRL_INFO/imageComponent/1/buildDate", "M", ">M 16:04:48<"},
         {"/faults", {{{"call", "raid_PhysicalDriveGetEnclosureNumber"}, {"kind", "error"}}}, "ST4000QN0012 (0:0)<"},
-        {"/controllers/0/records/MR_CONFIG_DATA/ld/0/properties/name", "M", ">M<"},
+        {"/controllers/0/records/MR_CONFIG_DATA/ld/0/properties/name", "M", "<Name>M<"},
+        {"/controllers/0/records/MR_CONFIG_DATA/ld/0/properties/name", "M", "<DisplayName>M<"},
         {"/controllers/0/devices/10/ataRpm", 15050, "<RPM>15.1<"},
         {"/controllers/0/devices/10/ataRpm", 5250, "<RPM>5.2<"},
         {"/controllers/0/devices/10/records/MR_PD_INFO/deviceSpeed", 5, "<TransferSpeed>5<"},
