@@ -48,6 +48,7 @@ struct TreeFile {
 
 // 0, or the errno of the last attempt. `what` names the file to the reader of the log.
 int lockTree(TreeFile& file, const char* function, const char* path, const char* what) {
+    errno = 0;
     int error = 0;
     for (int attempt = 1; lockFirstByte(file.fd) != 0; ++attempt) {
         error = errno;

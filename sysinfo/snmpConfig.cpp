@@ -159,6 +159,7 @@ int updateSnmpValue(const char* key, const char* value, int* changed) {
 
     char previous[VALUE_SIZE];
     memcpy(previous, known->cached, sizeof previous);
+    memset(known->cached, 0, sizeof known->cached);
     snprintf(known->cached, sizeof known->cached, "%s", value[0] == '\0' ? EMPTY_VALUE : value);
     *changed = 1;
     const int result = rewriteSnmpConf(key, known->cached);
