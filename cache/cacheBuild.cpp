@@ -2,7 +2,7 @@
 
 #include "cache/cacheRelease.h"
 #include "cache/recordRead.h"
-#include "daemon/trace.h"
+#include "daemon/base/trace.h"
 
 #include <cstdio>
 

@@ -1,7 +1,7 @@
 #include "cache/cacheBuild.h"
 #include "cache/driveRelations.h"
 #include "cache/recordRead.h"
-#include "daemon/trace.h"
+#include "daemon/base/trace.h"
 
 namespace {
 

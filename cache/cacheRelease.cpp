@@ -1,8 +1,8 @@
 #include "cache/cacheRelease.h"
 
-#include "daemon/accounting.h"
-#include "daemon/logs.h"
-#include "daemon/trace.h"
+#include "daemon/base/accounting.h"
+#include "daemon/base/logs.h"
+#include "daemon/base/trace.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "cache/driveRelations.h"
 
-#include "daemon/trace.h"
+#include "daemon/base/trace.h"
 
 #include <algorithm>
 #include <iterator>

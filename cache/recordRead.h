@@ -3,8 +3,8 @@
 // Reading one record of the library into the cache.
 
 #include "cache/oobCache.h"
-#include "daemon/accounting.h"
-#include "daemon/logs.h"
+#include "daemon/base/accounting.h"
+#include "daemon/base/logs.h"
 
 constexpr int READ_NO_MEMORY = 1; // the copy could not be had: the read counts as failed
 

@@ -1,6 +1,6 @@
 #include "daemon/logRotation.h"
 
-#include "daemon/logs.h"
+#include "daemon/base/logs.h"
 #include "platform/host.h"
 
 #include <cstdio>

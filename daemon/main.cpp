@@ -1,8 +1,8 @@
 // The daemon's way from start to end: start-up as named steps, then one pass a minute.
 
+#include "daemon/base/logs.h"
+#include "daemon/base/pause.h"
 #include "daemon/logRotation.h"
-#include "daemon/logs.h"
-#include "daemon/pause.h"
 #include "daemon/signals.h"
 #include "platform/csm.h"
 #include "platform/host.h"

@@ -1,7 +1,7 @@
 #include "daemon/signals.h"
 
-#include "daemon/logs.h"
-#include "daemon/pause.h"
+#include "daemon/base/logs.h"
+#include "daemon/base/pause.h"
 #include "platform/host.h"
 #include "platform/procmanager.h"
 #include "sysinfo/snmpdSupervision.h"

@@ -1,8 +1,8 @@
 #include "rst/inBandSource.h"
 
-#include "daemon/logs.h"
-#include "daemon/safeFile.h"
-#include "daemon/trace.h"
+#include "daemon/base/logs.h"
+#include "daemon/base/safeFile.h"
+#include "daemon/base/trace.h"
 #include "platform/host.h"
 #include "platform/xmlParser.h"
 #include "rst/dqmiClient.h"

@@ -1,6 +1,6 @@
 #include "rst/treeComparison.h"
 
-#include "daemon/trace.h"
+#include "daemon/base/trace.h"
 
 #include <cstring>
 

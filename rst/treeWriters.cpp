@@ -1,8 +1,8 @@
 #include "rst/treeWriters.h"
 
-#include "daemon/logs.h"
-#include "daemon/pause.h"
-#include "daemon/trace.h"
+#include "daemon/base/logs.h"
+#include "daemon/base/pause.h"
+#include "daemon/base/trace.h"
 #include "platform/host.h"
 
 #include <cerrno>

@@ -1,6 +1,6 @@
 #include "sysinfo/driverMonitoring.h"
 
-#include "daemon/safeFile.h"
+#include "daemon/base/safeFile.h"
 #include "platform/host.h"
 #include "sysinfo/lcmParameters.h"
 #include "sysinfo/systemInformation.h"

@@ -1,6 +1,6 @@
 #include "sysinfo/systemInformation.h"
 
-#include "daemon/pause.h"
+#include "daemon/base/pause.h"
 #include "platform/host.h"
 #include "platform/lcm.h"
 #include "sysinfo/agentStatus.h"

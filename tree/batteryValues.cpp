@@ -1,7 +1,7 @@
 #include "tree/batteryValues.h"
 
 #include "cache/oobCache.h"
-#include "daemon/trace.h"
+#include "daemon/base/trace.h"
 #include "platform/appHelper.h"
 #include "values/textValue.h"
 

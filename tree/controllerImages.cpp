@@ -1,7 +1,7 @@
 #include "tree/controllerImages.h"
 
 #include "cache/oobCache.h"
-#include "daemon/trace.h"
+#include "daemon/base/trace.h"
 #include "values/textValue.h"
 
 #include <cstdio>

@@ -2,7 +2,7 @@
 
 #include "cache/driveRelations.h"
 #include "cache/oobCache.h"
-#include "daemon/trace.h"
+#include "daemon/base/trace.h"
 #include "platform/host.h"
 #include "tree/controllerImages.h"
 #include "values/textValue.h"

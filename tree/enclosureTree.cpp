@@ -1,7 +1,7 @@
 #include "tree/enclosureTree.h"
 
 #include "cache/oobCache.h"
-#include "daemon/trace.h"
+#include "daemon/base/trace.h"
 #include "tree/tableWalk.h"
 #include "values/enclosure.h"
 

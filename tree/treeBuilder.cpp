@@ -1,8 +1,8 @@
 #include "tree/treeBuilder.h"
 
 #include "cache/oobCache.h"
-#include "daemon/logs.h"
-#include "daemon/trace.h"
+#include "daemon/base/logs.h"
+#include "daemon/base/trace.h"
 #include "platform/lcm.h"
 #include "tree/batteryValues.h"
 #include "tree/controllerValues.h"

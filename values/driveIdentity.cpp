@@ -1,6 +1,6 @@
 #include "values/driveIdentity.h"
 
-#include "daemon/trace.h"
+#include "daemon/base/trace.h"
 
 #include <cstring>
 

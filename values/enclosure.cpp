@@ -1,6 +1,6 @@
 #include "values/enclosure.h"
 
-#include "daemon/trace.h"
+#include "daemon/base/trace.h"
 #include "values/enclosureAccess.h"
 
 #include <cstring>

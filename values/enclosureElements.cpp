@@ -1,5 +1,5 @@
-#include "daemon/accounting.h"
-#include "daemon/trace.h"
+#include "daemon/base/accounting.h"
+#include "daemon/base/trace.h"
 #include "values/enclosureAccess.h"
 #include "values/sesPages.h"
 

@@ -1,4 +1,4 @@
-#include "daemon/trace.h"
+#include "daemon/base/trace.h"
 #include "values/enclosureAccess.h"
 #include "values/sesPages.h"
 

@@ -1,7 +1,7 @@
 #include "values/physicalDrive.h"
 
 #include "cache/driveRelations.h"
-#include "daemon/trace.h"
+#include "daemon/base/trace.h"
 #include "values/driveIdentity.h"
 
 #include <cstdio>

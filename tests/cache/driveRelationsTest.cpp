@@ -1,6 +1,6 @@
 #include "cache/driveRelations.h"
 
-#include "tests/daemon/outputs.h"
+#include "tests/daemon/base/outputs.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>

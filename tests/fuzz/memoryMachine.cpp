@@ -1,6 +1,6 @@
 #include "tests/fuzz/memoryMachine.h"
 
-#include "daemon/logs.h"
+#include "daemon/base/logs.h"
 #include "platform/host.h"
 #include "platform/procmanager.h"
 #include "simulator/machine/faults.h"
@@ -58,7 +58,7 @@ void writeFileBelow(const std::string& path, std::string_view text) {
     std::ofstream(fuzzRoot() + path, std::ios::binary) << text;
 }
 
-// These come before those of the library bmcsim, since they stand in the executable.
+// These come before those of the library machine, since they stand in the executable.
 namespace sim {
 
 std::shared_ptr<const Machine> currentMachine() {

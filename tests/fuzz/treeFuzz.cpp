@@ -3,8 +3,8 @@
 
 #include "cache/cacheBuild.h"
 #include "cache/cacheRelease.h"
-#include "daemon/accounting.h"
-#include "daemon/trace.h"
+#include "daemon/base/accounting.h"
+#include "daemon/base/trace.h"
 #include "rst/treeComparison.h"
 #include "simulator/machine/recordLayout.h"
 #include "tests/fuzz/fuzz.h"

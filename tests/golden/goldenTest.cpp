@@ -5,11 +5,11 @@
 // After an intended change, and with a look at what it changes:
 //     REGENERATE_GOLDEN=1 build/tests/unitTests --gtest_filter='Golden*'
 
-#include "daemon/accounting.h"
-#include "daemon/logs.h"
+#include "daemon/base/accounting.h"
+#include "daemon/base/logs.h"
 #include "rst/treeWriters.h"
 #include "rst/updateCycle.h"
-#include "tests/daemon/outputs.h"
+#include "tests/daemon/base/outputs.h"
 #include "tests/support/steadyText.h"
 #include "tests/support/updateFixture.h"
 

@@ -1,10 +1,10 @@
 #include "rst/inBandSource.h"
 
-#include "daemon/logs.h"
+#include "daemon/base/logs.h"
 #include "rst/dqmiClient.h"
 #include "rst/treeWriters.h"
 #include "rst/updateCycle.h"
-#include "tests/daemon/outputs.h"
+#include "tests/daemon/base/outputs.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #include "rst/treeWriters.h"
 
-#include "daemon/logs.h"
-#include "tests/daemon/outputs.h"
+#include "daemon/base/logs.h"
+#include "tests/daemon/base/outputs.h"
 #include "tests/support/steadyText.h"
 
 #include <cerrno>

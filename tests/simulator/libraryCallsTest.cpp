@@ -7,7 +7,7 @@
 #include "platform/storelib.h"
 #include "simulator/machine/clock.h"
 #include "simulator/machine/faults.h"
-#include "tests/daemon/outputs.h"
+#include "tests/daemon/base/outputs.h"
 
 #include <algorithm>
 #include <concepts>

@@ -1,6 +1,6 @@
 #include "simulator/machine/machineStore.h"
 
-#include "tests/daemon/outputs.h"
+#include "tests/daemon/base/outputs.h"
 
 #include <fcntl.h>
 #include <filesystem>

@@ -1,5 +1,5 @@
 #include "platform/host.h"
-#include "tests/daemon/outputs.h"
+#include "tests/daemon/base/outputs.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,7 +1,7 @@
 #include "simulator/machine/virtualClock.h"
 
 #include "simulator/machine/clock.h"
-#include "tests/daemon/outputs.h"
+#include "tests/daemon/base/outputs.h"
 
 #include <chrono>
 #include <csignal>

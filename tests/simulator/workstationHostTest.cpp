@@ -1,7 +1,7 @@
 #include "platform/appHelper.h"
 #include "platform/host.h"
 #include "platform/storelib.h"
-#include "tests/daemon/outputs.h"
+#include "tests/daemon/base/outputs.h"
 
 #include <climits>
 #include <csignal>

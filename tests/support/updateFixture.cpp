@@ -2,10 +2,10 @@
 
 #include "cache/cacheBuild.h"
 #include "cache/cacheRelease.h"
-#include "daemon/logs.h"
+#include "daemon/base/logs.h"
 #include "rst/treeWriters.h"
 #include "rst/updateCycle.h"
-#include "tests/daemon/outputs.h"
+#include "tests/daemon/base/outputs.h"
 
 #include <filesystem>
 

@@ -3,7 +3,7 @@
 #include "sysinfo/driverMonitoring.h"
 #include "sysinfo/lcmParameters.h"
 #include "sysinfo/systemInformation.h"
-#include "tests/daemon/outputs.h"
+#include "tests/daemon/base/outputs.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>

@@ -3,7 +3,7 @@
 #include "sysinfo/snmpConfig.h"
 
 #include "sysinfo/snmpRewrite.h"
-#include "tests/daemon/outputs.h"
+#include "tests/daemon/base/outputs.h"
 
 #include <array>
 #include <filesystem>

@@ -3,7 +3,7 @@
 
 #include "rst/updateCycle.h"
 #include "simulator/machine/root.h"
-#include "tests/daemon/outputs.h"
+#include "tests/daemon/base/outputs.h"
 #include "tests/torture/duties.h"
 #include "tests/torture/torture.h"
 

@@ -12,7 +12,7 @@
 #include "sysinfo/agentStatus.h"
 #include "sysinfo/snmpdSupervision.h"
 #include "sysinfo/systemInfoCycle.h"
-#include "tests/daemon/outputs.h"
+#include "tests/daemon/base/outputs.h"
 
 #include <filesystem>
 #include <memory>

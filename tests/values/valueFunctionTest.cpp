@@ -2,7 +2,7 @@
 
 #include "values/valueFunction.h"
 
-#include "tests/daemon/outputs.h"
+#include "tests/daemon/base/outputs.h"
 #include "tests/support/updateFixture.h"
 #include "tree/batteryValues.h"
 #include "tree/controllerValues.h"

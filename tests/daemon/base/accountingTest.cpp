@@ -1,6 +1,6 @@
-#include "daemon/accounting.h"
+#include "daemon/base/accounting.h"
 
-#include "tests/daemon/outputs.h"
+#include "tests/daemon/base/outputs.h"
 
 #include <cstdint>
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
-#include "daemon/accounting.h"
+#include "daemon/base/accounting.h"
 
-#include "daemon/trace.h"
+#include "daemon/base/trace.h"
 
 #include <cstdio>
 #include <cstdlib>

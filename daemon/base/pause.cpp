@@ -1,4 +1,4 @@
-#include "daemon/pause.h"
+#include "daemon/base/pause.h"
 
 #include "platform/host.h"
 

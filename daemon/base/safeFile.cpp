@@ -1,4 +1,4 @@
-#include "daemon/safeFile.h"
+#include "daemon/base/safeFile.h"
 
 #include "platform/host.h"
 

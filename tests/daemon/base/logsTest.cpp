@@ -1,7 +1,7 @@
-#include "daemon/logs.h"
+#include "daemon/base/logs.h"
 
 #include "daemon/logRotation.h"
-#include "tests/daemon/outputs.h"
+#include "tests/daemon/base/outputs.h"
 
 #include <fcntl.h>
 #include <filesystem>

@@ -2,7 +2,7 @@
 
 // What the daemon's code writes, for tests in its process.
 
-#include "daemon/trace.h"
+#include "daemon/base/trace.h"
 #include "platform/host.h"
 #include "tests/support/simulatedRoot.h"
 

@@ -1,6 +1,6 @@
-#include "daemon/logs.h"
+#include "daemon/base/logs.h"
 
-#include "daemon/pause.h"
+#include "daemon/base/pause.h"
 #include "platform/host.h"
 
 #include <charconv>
