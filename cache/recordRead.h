@@ -5,6 +5,7 @@
 #include "cache/oobCache.h"
 #include "daemon/base/accounting.h"
 #include "daemon/base/logs.h"
+#include "daemon/base/pause.h"
 
 constexpr int READ_NO_MEMORY = 1; // the copy could not be had: the read counts as failed
 
@@ -17,9 +18,11 @@ template <class Record>
 }
 
 // Calls read(buffer) with a zeroed buffer and keeps a copy in `member` when it returns 0. The copy is entered
-// into the accounting by the caller (noteAllocation), after the message about the read.
+// into the accounting by the caller (noteAllocation), after the message about the read. Signals take effect before each
+// read: many slow ones are no hang.
 template <class Record, class Read>
 [[nodiscard]] int readRecord(Record*& member, Read&& read) {
+    deliverSignals();
     Record buffer{};
     const int status = read(&buffer);
     member = status == 0 ? copyRecord(buffer) : nullptr;

@@ -28,11 +28,6 @@ constexpr unsigned PASS_SECONDS = 60;
 constexpr int STATUS_PERIOD = 2; // passes
 constexpr int TREE_PERIOD = 5;   // passes
 
-struct PassState {
-    int statusPhase = STATUS_PERIOD; // 1: this pass reports
-    int treeCountdown = 0;           // 0: this pass updates the tree
-};
-
 // There are no options: whatever getopt finds is a question about the usage.
 void rejectOptions(int argc, char* argv[]) {
     if (getopt(argc, argv, "h?") == -1) return;
@@ -80,22 +75,14 @@ void enterVar() {
     if (chdir(hostPath("/var", buffer)) != 0) return; // nothing here depends on it
 }
 
-void runPass(PassState& pass) {
+// Passes count from 1: the tree comes with the first, the status at the end of its period.
+void runPass(int pass) {
     noteLocalTime();
     rotateLogFile(); // first, so that the pass's own lines stay
     systemInfoCycle();
-    if (pass.statusPhase == 1) {
-        updateSystemStatus();
-        pass.statusPhase = STATUS_PERIOD;
-    } else {
-        pass.statusPhase = 1;
-    }
-    if (pass.treeCountdown == 0) {
-        updateRAIDStorageTree();
-        pass.treeCountdown = TREE_PERIOD;
-    }
+    if (pass % STATUS_PERIOD == 0) updateSystemStatus();
+    if ((pass - 1) % TREE_PERIOD == 0) updateRAIDStorageTree();
     pauseSeconds(PASS_SECONDS);
-    --pass.treeCountdown;
 }
 
 } // namespace
@@ -122,8 +109,7 @@ int main(int argc, char* argv[]) {
     openDQMIConnectionOnce();
     CSM_Init();
 
-    PassState pass;
-    while (g_running != 0) runPass(pass);
+    for (int pass = 1; g_running != 0; ++pass) runPass(pass);
 
     if (threadResult == 0) pthread_cancel(agentThread);
     return 0;

@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <initializer_list>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -22,24 +21,21 @@ constexpr char STOP_TEXT[] = "demon version " DAEMON_VERSION " stopped.";
 
 std::atomic<bool> g_stopNoted = false;
 
-sigset_t makeSignalSet(std::initializer_list<int> signals) {
-    sigset_t set;
-    sigemptyset(&set);
-    for (const int signal : signals) sigaddset(&set, signal);
-    return set;
-}
-
-void changeSignalMask(int how) {
-    const sigset_t signals = makeSignalSet({SIGTERM, SIGINT, SIGUSR1, SIGALRM});
-    pthread_sigmask(how, &signals, nullptr);
+// SIGALRM is the time limit of the exit.
+void changeMask(int howKept, int howLimit) {
+    sigset_t kept;
+    sigset_t limit;
+    sigemptyset(&kept);
+    sigemptyset(&limit);
+    for (const KeptSignal& signal : KEPT_SIGNALS) sigaddset(&kept, signal.number);
+    sigaddset(&limit, SIGALRM);
+    pthread_sigmask(howKept, &kept, nullptr);
+    pthread_sigmask(howLimit, &limit, nullptr);
 }
 
 // From here on nothing interrupts a handler that ends the daemon but the time limit of the exit.
 void blockRequests() {
-    const sigset_t requests = makeSignalSet({SIGTERM, SIGINT, SIGUSR1});
-    pthread_sigmask(SIG_BLOCK, &requests, nullptr);
-    const sigset_t limit = makeSignalSet({SIGALRM});
-    pthread_sigmask(SIG_UNBLOCK, &limit, nullptr);
+    changeMask(SIG_BLOCK, SIG_UNBLOCK);
 }
 
 // A thread that a library started may be given a signal of the main thread's: it is passed on.
@@ -47,6 +43,24 @@ bool passToMainThread(int signal) {
     if (gettid() == getpid()) return false;
     syscall(SYS_tgkill, getpid(), getpid(), signal);
     return true;
+}
+
+// What every handler of a kept signal begins with.
+template <void (*act)(int)>
+void onKeptSignal(int signal) {
+    if (!passToMainThread(signal) && !deferSignal(signal)) act(signal);
+}
+
+constexpr bool isKept(int signal) {
+    for (const KeptSignal& kept : KEPT_SIGNALS)
+        if (kept.number == signal) return true;
+    return false;
+}
+
+template <int signal, void (*act)(int)>
+void installKept() {
+    static_assert(isKept(signal), "a signal that arrives in a pass is delivered after it only from KEPT_SIGNALS");
+    std::signal(signal, onKeptSignal<act>);
 }
 
 [[noreturn]] void endDaemon() {
@@ -62,8 +76,6 @@ void noteTermination(int signal) {
 }
 
 void onTerminateSignal(int signal) {
-    const bool isRequest = signal == SIGTERM || signal == SIGUSR1; // else a fault of the program: at once
-    if (isRequest && (passToMainThread(signal) || deferSignal(signal))) return;
     blockRequests();
     noteTermination(signal);
     for (const int other : {SIGTERM, SIGABRT, SIGSEGV, SIGKILL, SIGTRAP, SIGBUS, SIGILL}) std::signal(other, SIG_DFL);
@@ -79,7 +91,6 @@ void noteRegistration() {
 }
 
 void onInterruptSignal(int signal) {
-    if (passToMainThread(signal) || deferSignal(signal)) return;
     blockRequests();
     noteInterrupt();
     if (getpid() != g_mainPid) {
@@ -108,9 +119,9 @@ void onSignalBeforeRegistration(int signal) {
 
 // Returns, and so ends the pause that it interrupts. A library may hang here as in a pass.
 void onSnmpdRestartSignal(int signal) {
-    if (signal != SIGUSR1 || passToMainThread(signal) || deferSignal(signal)) return;
+    if (signal != SIGUSR1) return;
     const int error = errno;
-    std::signal(SIGUSR1, onSnmpdRestartSignal);
+    installKept<SIGUSR1, onSnmpdRestartSignal>();
     keepSignalsDuring(restartSnmpdRegistration);
     errno = error;
 }
@@ -138,22 +149,23 @@ void installFirstHandlers() {
 }
 
 void installSignalHandlers() {
-    std::signal(SIGTERM, onTerminateSignal);
-    std::signal(SIGINT, onInterruptSignal);
-    std::signal(SIGUSR1, onTerminateSignal);
-    // SIGKILL is refused, as it must be; the list names every signal that ends the daemon.
+    installKept<SIGTERM, onTerminateSignal>();
+    installKept<SIGINT, onInterruptSignal>();
+    installKept<SIGUSR1, onTerminateSignal>();
+    // A fault of the program acts at once. SIGKILL is refused, as it must be; the list names every signal that ends the
+    // daemon.
     for (const int fatal : {SIGABRT, SIGSEGV, SIGKILL, SIGTRAP, SIGILL}) std::signal(fatal, onTerminateSignal);
-    std::signal(SIGUSR1, onSnmpdRestartSignal); // the setting in force
+    installKept<SIGUSR1, onSnmpdRestartSignal>(); // the setting in force
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGALRM, onGiveUp);
 }
 
 void blockDaemonSignals() {
-    changeSignalMask(SIG_BLOCK);
+    changeMask(SIG_BLOCK, SIG_BLOCK);
 }
 
 void unblockDaemonSignals() {
-    changeSignalMask(SIG_UNBLOCK);
+    changeMask(SIG_UNBLOCK, SIG_UNBLOCK);
 }
 
 void onExit() {

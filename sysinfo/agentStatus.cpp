@@ -2,6 +2,7 @@
 
 #include "platform/host.h"
 #include "platform/lcm.h"
+#include "sysinfo/paramTableLock.h"
 #include "sysinfo/systemInformation.h"
 
 #include <cstdint>

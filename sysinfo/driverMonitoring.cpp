@@ -1,9 +1,10 @@
 #include "sysinfo/driverMonitoring.h"
 
+#include "daemon/base/pause.h"
 #include "daemon/base/safeFile.h"
 #include "platform/host.h"
 #include "sysinfo/lcmParameters.h"
-#include "sysinfo/systemInformation.h"
+#include "sysinfo/paramTableLock.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -71,7 +72,7 @@ bool isDue(DriverMonitoringParam& row) {
     return row.countdown <= 0 || row.countdown-- == 1;
 }
 
-void noteUnusualCount(const char* what, const LCMParamValue& last) {
+void noteUnusualCount(const char* what, uint32_t count, const LCMParamValue& last) {
     FILE* file = openTmpFile(DEBUG_FILE, "a");
     if (file == nullptr) return;
     const time_t now = hostTime().seconds;
@@ -80,7 +81,6 @@ void noteUnusualCount(const char* what, const LCMParamValue& last) {
     localtime_r(&now, &local);
     char clock[8] = "";
     strftime(clock, sizeof clock, "%R", &local);
-    const auto count = uint32_t(last.number);
     fprintf(file, "%s, %s = %d (%x), output = %llx, length = %d\n", clock, what, int(count), count,
             static_cast<unsigned long long>(last.number), int(last.length));
     fclose(file);
@@ -99,10 +99,11 @@ void keepCount(Reads kind, const LCMParamValue* values, uint32_t valueCount) {
         g_noEvents = count == 0;
         if (count != 0) g_numEvents = count;
     }
-    if (count > UNUSUAL_COUNT) noteUnusualCount(isComponents ? "numComponents" : "numEvents", last);
+    if (count > UNUSUAL_COUNT) noteUnusualCount(isComponents ? "numComponents" : "numEvents", count, last);
 }
 
 void readParam(DriverMonitoringParam& row, int32_t instance, char* message) {
+    deliverSignals(); // each asks the host's agents
     message[0] = '\0';
     uint32_t count = 0;
     LCMParamValue* values = getLCMParamValues(row.group, row.name, instance, count, message, true);
@@ -125,12 +126,9 @@ void readRow(DriverMonitoringParam& row, char* message) {
 } // namespace
 
 int updateDriverMonitoring(char* message) {
-    if (lockParamTable() == 0) {
-        snprintf(message, LCM_MESSAGE_SIZE, "lock database filelist failed");
-        return STEP_NOT_LOCKED;
-    }
+    const ParamTableLock lock(message);
+    if (!lock.isTaken()) return STEP_NOT_LOCKED;
     for (DriverMonitoringParam& row : drvMonParams_Table)
         if (isDue(row)) readRow(row, message);
-    unlockParamTable();
     return STEP_DONE;
 }

@@ -5,6 +5,9 @@
 #include <cstddef>
 #include <cstdint>
 
+// The group of what the host's agents report of the system.
+inline constexpr char LCM_SYSTEM_INFORMATION[] = "System Information";
+
 constexpr int32_t LCM_VALUE_RAW = 0;
 constexpr int32_t LCM_VALUE_TEXT = 1;
 constexpr int32_t LCM_VALUE_NUMBER = 2;
@@ -20,8 +23,8 @@ struct LCMParamValue {
     };
 };
 
-// A message buffer, empty when nothing went wrong; else "not available", "type error", "invalid data",
-// "no space" or "lock database filelist failed".
+// A message buffer, empty when nothing went wrong; else "not available", "type error", "invalid data" or "no space",
+// and what paramTableLock.h says.
 constexpr size_t LCM_MESSAGE_SIZE = 256;
 
 // All values of one parameter, `count` of them; NULL: none. Released with freeLCMParamValues. A message already in

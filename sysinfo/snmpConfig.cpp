@@ -21,16 +21,17 @@ constexpr size_t VALUE_SIZE = 256;
 constexpr size_t LINE_SIZE = 512;        // of the command, without its path, and of grep's first line
 constexpr size_t MOST_CONTINUATIONS = 3; // bytes of a character behind its first
 constexpr char EMPTY_VALUE[] = "- unknown -";
-constexpr char GROUP[] = "System Information";
 
 // What the configuration is known to say; in the order in which the file is read and written.
 struct SnmpValue {
     const char* key;
     const char* parameter;   // of the parameter database
     char cached[VALUE_SIZE]; // EMPTY_VALUE for an empty one; "": not known
+    char failed[VALUE_SIZE]; // that could not be written, "": none; snmpd was told
 };
-SnmpValue g_snmpValues[] = {
-    {"sysContact", "SystemContact", ""}, {"sysLocation", "CabinetLocation", ""}, {"sysName", "SystemName", ""}};
+SnmpValue g_snmpValues[] = {{"sysContact", "SystemContact", "", ""},
+                            {"sysLocation", "CabinetLocation", "", ""},
+                            {"sysName", "SystemName", "", ""}};
 
 struct FreeText {
     void operator()(char* text) const { free(text); }
@@ -98,7 +99,7 @@ void refreshFromFile(SnmpValue& value) {
 // malloc'ed, the caller's; NULL: the read failed.
 char* readParameter(const char* name) {
     char message[LCM_MESSAGE_SIZE] = "";
-    char* text = getLCMParamString(GROUP, name, 0, message);
+    char* text = getLCMParamString(LCM_SYSTEM_INFORMATION, name, 0, message);
     if (message[0] == '\0') return text;
     free(text);
     return nullptr;
@@ -123,9 +124,8 @@ void cleanSnmpValue(char* text) {
 }
 
 char* readSnmpConfValue(const char* key) {
-    constexpr char file[] = "/conf/snmp_users.conf";
     HostPathBuffer buffer;
-    const char* path = hostPath(file, buffer);
+    const char* path = hostPath(SNMP_CONF_FILE, buffer);
     char quoted[5 * PATH_MAX];
     if (!isPlainPath(path)) {
         quotePath(path, quoted, sizeof quoted);
@@ -161,9 +161,15 @@ int updateSnmpValue(const char* key, const char* value, int* changed) {
     memcpy(previous, known->cached, sizeof previous);
     memset(known->cached, 0, sizeof known->cached);
     snprintf(known->cached, sizeof known->cached, "%s", value[0] == '\0' ? EMPTY_VALUE : value);
-    *changed = 1;
     const int result = rewriteSnmpConf(key, known->cached);
-    if (result != 0) memcpy(known->cached, previous, sizeof previous);
+    if (result == 0) {
+        *changed = 1;
+        known->failed[0] = '\0';
+    } else {
+        if (strcmp(known->failed, known->cached) != 0) *changed = 1;
+        memcpy(known->failed, known->cached, sizeof known->failed);
+        memcpy(known->cached, previous, sizeof previous);
+    }
     return result;
 }
 

@@ -13,8 +13,8 @@ void syncSnmpConfig();
 char* readSnmpConfValue(const char* key);
 
 // Brings the key's lines up to a value (NULL: empty), cleaned first, that differs from the one known. Sets *changed
-// when the file was rewritten or could not be. 0, or -1 when the new file could not be put in place: the old one stays
-// then, and the next call tries again.
+// when the file was rewritten, and the first time that a value could not be written: each reload is a trap to every
+// sink. 0, or -1 when the new file could not be put in place: the old one stays then, and the next call tries again.
 int updateSnmpValue(const char* key, const char* value, int* changed);
 
 // Makes a text from outside fit for a line of the configuration, in place: at most 255 bytes, cut between

@@ -11,12 +11,11 @@
 
 namespace {
 
-constexpr char CONF_FILE[] = "/conf/snmp_users.conf";
 constexpr char NEW_FILE[] = "/conf/snmpd.new";
 
 FILE* openConf() {
     HostPathBuffer buffer;
-    return fopen(hostPath(CONF_FILE, buffer), "re");
+    return fopen(hostPath(SNMP_CONF_FILE, buffer), "re");
 }
 
 // For the daemon alone until it bears the old file's mode: the file holds community names.
@@ -69,7 +68,7 @@ bool takeOwnerAndMode(FILE* source, FILE* target) {
 bool replaceConf() {
     HostPathBuffer newPath;
     HostPathBuffer confPath;
-    return rename(hostPath(NEW_FILE, newPath), hostPath(CONF_FILE, confPath)) == 0;
+    return rename(hostPath(NEW_FILE, newPath), hostPath(SNMP_CONF_FILE, confPath)) == 0;
 }
 
 } // namespace

@@ -1,10 +1,12 @@
 #include "sysinfo/snmpdSupervision.h"
 
+#include "daemon/base/pause.h"
 #include "platform/appHelper.h"
 #include "platform/host.h"
 #include "platform/ipmi.h"
 #include "platform/lcm.h"
 #include "platform/procmanager.h"
+#include "sysinfo/snmpRewrite.h"
 
 #include <atomic>
 #include <climits>
@@ -27,8 +29,8 @@ constexpr char RUN_FILE[] = "/var/run/snmpd.run";
 constexpr char START_MARKER[] = "/tmp/snmp.start";
 
 // The monitor is told of six arguments: five texts and the closing NULL.
-constexpr const char* SNMPD_ARGUMENTS[] = {"-c",  "/conf/snmp_users.conf", "--agentXSocket=\"/var/agentXsock\"",
-                                           "-Lf", "/var/log/snmpd.log",    nullptr};
+constexpr const char* SNMPD_ARGUMENTS[] = {"-c",  SNMP_CONF_FILE,       "--agentXSocket=\"/var/agentXsock\"",
+                                           "-Lf", "/var/log/snmpd.log", nullptr};
 constexpr int SNMPD_ARGUMENT_COUNT = 6;
 static_assert(sizeof SNMPD_ARGUMENTS / sizeof SNMPD_ARGUMENTS[0] == SNMPD_ARGUMENT_COUNT);
 
@@ -67,25 +69,29 @@ void readProgram(const char* process, char (&program)[COMMAND_LINE_SIZE]) {
     fclose(file);
 }
 
-bool isSnmpd(long pid) {
-    char process[24];
-    snprintf(process, sizeof process, "%ld", pid);
+bool isSnmpd(const char* process) {
     char program[COMMAND_LINE_SIZE];
     readProgram(process, program);
     const char* slash = strrchr(program, '/');
     return strcmp(slash == nullptr ? program : slash + 1, SNMPD_NAME) == 0;
 }
 
-// Every process whose program's path contains the name.
+bool mentionsSnmpd(const char* process) {
+    char program[COMMAND_LINE_SIZE];
+    readProgram(process, program);
+    return strstr(program, SNMPD_NAME) != nullptr;
+}
+
+// SIGHUP goes to every process whose program's path contains the name, as a program under another name may be snmpd.
+// SIGINT, which ends most programs, goes to those of that very name.
 void signalEverySnmpd(int signal) {
+    const auto isMeant = signal == SIGHUP ? mentionsSnmpd : isSnmpd;
     HostPathBuffer buffer;
     DIR* directory = opendir(hostPath("/proc", buffer));
     if (directory == nullptr) return;
     while (const dirent* entry = readdir(directory)) {
         if (entry->d_name[0] < '0' || entry->d_name[0] > '9') continue;
-        char program[COMMAND_LINE_SIZE];
-        readProgram(entry->d_name, program);
-        if (strstr(program, SNMPD_NAME) == nullptr) continue;
+        if (!isMeant(entry->d_name)) continue;
         const long pid = strtol(entry->d_name, nullptr, 10);
         if (pid > 1 && pid <= INT_MAX) hostSignal(pid_t(pid), signal);
     }
@@ -94,7 +100,9 @@ void signalEverySnmpd(int signal) {
 
 // A process id from a file may be another program's by now: then the search takes over.
 void signalSnmpd(long pid, int signal) {
-    if (pid > 1 && pid <= INT_MAX && isSnmpd(pid))
+    char process[24];
+    snprintf(process, sizeof process, "%ld", pid);
+    if (pid > 1 && pid <= INT_MAX && isSnmpd(process))
         hostSignal(pid_t(pid), signal);
     else
         signalEverySnmpd(signal);
@@ -186,8 +194,10 @@ void startSnmpd() {
     if (session == nullptr) return;
     const uint8_t userCount = getMaxUserCount(session);
     // The last user is not visited.
-    for (uint8_t userId = FIRST_USER; userId < userCount; ++userId)
+    for (uint8_t userId = FIRST_USER; userId < userCount; ++userId) {
+        deliverSignals(); // each user may take seconds
         if (isUserKnown(session, userId)) applyUserSettings(session, userId);
+    }
     ipmiCloseLocalSession(session);
 }
 

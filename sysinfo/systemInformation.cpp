@@ -1,23 +1,16 @@
 #include "sysinfo/systemInformation.h"
 
-#include "daemon/base/pause.h"
 #include "platform/host.h"
 #include "platform/lcm.h"
 #include "sysinfo/agentStatus.h"
 #include "sysinfo/lcmParameters.h"
+#include "sysinfo/paramTableLock.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
-#include <pthread.h>
 
 namespace {
-
-pthread_mutex_t g_paramTableMutex = PTHREAD_MUTEX_INITIALIZER;
-
-constexpr int LOCK_ATTEMPTS = 10;
-constexpr unsigned LOCK_RETRY_SECONDS = 3;
 
 constexpr int16_t ROW_RAW = 0; // instance -1: a list of addresses
 constexpr int16_t ROW_TEXT = 1;
@@ -43,22 +36,20 @@ struct SystemInfoParam {
     int64_t lastWritten; // seconds since 1970, 0: to be written
 };
 
-constexpr char GROUP[] = "System Information";
-
 SystemInfoParam sysInfoParams_Table[] = {
-    {GROUP, "ConfServerMgmtIp", -1, 0, ROW_RAW, 12, 0, WRITE_ALWAYS, 0},
-    {GROUP, "ConfServerMgmtIp6", -1, 0, ROW_RAW, 13, 0, WRITE_ALWAYS, 0},
-    {GROUP, "OSProductName", -1, 0, ROW_TEXT, 527, 0, WRITE_ONCE, 0},
-    {GROUP, "ServerAssetTag", -1, 0, ROW_TEXT, 528, 0, WRITE_ALWAYS, 0},
-    {GROUP, "OsAgentSoftware", -1, 0, ROW_TEXT, 531, 0, WRITE_ALWAYS, 0},
-    {GROUP, "OsDomainName", -1, 0, ROW_TEXT, 513, 0, WRITE_ALWAYS, 0},
-    {GROUP, "SystemChassisModel", -1, 0, ROW_TEXT, 518, 0, WRITE_ONCE, 0},
-    {GROUP, "CabinetModel", -1, 0, ROW_TEXT, 517, 0, WRITE_ONCE, 0},
-    {GROUP, "CabinetSerialNumber", -1, 0, ROW_TEXT, 519, 0, WRITE_ONCE, 0},
-    {GROUP, "CabinetManufacturer", -1, 0, ROW_TEXT, 520, 0, WRITE_ONCE, 0},
-    {GROUP, "OsLocalTimeOffset", -1, 0, 2, 526, 0, WRITE_ALWAYS, 0}, // of a type that is not written
-    {GROUP, "ConfServerMgmtIp", -1, -1, ROW_RAW, FIRST_ADDRESS_SLOT, 0, WRITE_ALWAYS, 0},
-    {GROUP, "ConfServerMgmtIp6", -1, -1, ROW_RAW, FIRST_ADDRESS_SLOT, 0, WRITE_ALWAYS, 0},
+    {LCM_SYSTEM_INFORMATION, "ConfServerMgmtIp", -1, 0, ROW_RAW, 12, 0, WRITE_ALWAYS, 0},
+    {LCM_SYSTEM_INFORMATION, "ConfServerMgmtIp6", -1, 0, ROW_RAW, 13, 0, WRITE_ALWAYS, 0},
+    {LCM_SYSTEM_INFORMATION, "OSProductName", -1, 0, ROW_TEXT, 527, 0, WRITE_ONCE, 0},
+    {LCM_SYSTEM_INFORMATION, "ServerAssetTag", -1, 0, ROW_TEXT, 528, 0, WRITE_ALWAYS, 0},
+    {LCM_SYSTEM_INFORMATION, "OsAgentSoftware", -1, 0, ROW_TEXT, 531, 0, WRITE_ALWAYS, 0},
+    {LCM_SYSTEM_INFORMATION, "OsDomainName", -1, 0, ROW_TEXT, 513, 0, WRITE_ALWAYS, 0},
+    {LCM_SYSTEM_INFORMATION, "SystemChassisModel", -1, 0, ROW_TEXT, 518, 0, WRITE_ONCE, 0},
+    {LCM_SYSTEM_INFORMATION, "CabinetModel", -1, 0, ROW_TEXT, 517, 0, WRITE_ONCE, 0},
+    {LCM_SYSTEM_INFORMATION, "CabinetSerialNumber", -1, 0, ROW_TEXT, 519, 0, WRITE_ONCE, 0},
+    {LCM_SYSTEM_INFORMATION, "CabinetManufacturer", -1, 0, ROW_TEXT, 520, 0, WRITE_ONCE, 0},
+    {LCM_SYSTEM_INFORMATION, "OsLocalTimeOffset", -1, 0, 2, 526, 0, WRITE_ALWAYS, 0}, // of a type that is not written
+    {LCM_SYSTEM_INFORMATION, "ConfServerMgmtIp", -1, -1, ROW_RAW, FIRST_ADDRESS_SLOT, 0, WRITE_ALWAYS, 0},
+    {LCM_SYSTEM_INFORMATION, "ConfServerMgmtIp6", -1, -1, ROW_RAW, FIRST_ADDRESS_SLOT, 0, WRITE_ALWAYS, 0},
 };
 static_assert(std::size(sysInfoParams_Table) == 13);
 
@@ -113,27 +104,13 @@ bool writeRow(const SystemInfoParam& row, uint32_t& usedSlots, char* message) {
 
 } // namespace
 
-int lockParamTable() {
-    for (int attempt = 0; attempt < LOCK_ATTEMPTS; ++attempt) {
-        if (pthread_mutex_trylock(&g_paramTableMutex) == 0) return 1;
-        pauseSeconds(LOCK_RETRY_SECONDS);
-    }
-    return 0;
-}
-
-void unlockParamTable() {
-    pthread_mutex_unlock(&g_paramTableMutex);
-}
-
 void clearWrittenMarkers() {
     for (SystemInfoParam& row : sysInfoParams_Table) row.lastWritten = 0;
 }
 
 int updateSystemInformation(char* message) {
-    if (lockParamTable() == 0) {
-        snprintf(message, LCM_MESSAGE_SIZE, "lock database filelist failed");
-        return STEP_NOT_LOCKED;
-    }
+    const ParamTableLock lock(message);
+    if (!lock.isTaken()) return STEP_NOT_LOCKED;
     uint32_t usedSlots = 0;
     for (SystemInfoParam& row : sysInfoParams_Table) {
         if (!isDue(row)) continue;
@@ -143,6 +120,5 @@ int updateSystemInformation(char* message) {
     if (usedSlots < CLEARED_BELOW)
         for (; usedSlots < ADDRESS_SLOTS; ++usedSlots)
             LCMconfigSpaceWrite(uint16_t(FIRST_ADDRESS_SLOT + usedSlots), 0, "", 0);
-    unlockParamTable();
     return STEP_DONE;
 }

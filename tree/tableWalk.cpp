@@ -1,11 +1,13 @@
 #include "tree/tableWalk.h"
 
+#include "daemon/base/pause.h"
 #include "values/valueFunction.h"
 
 void appendTable(XMLNode* element, const TableWalk& walk, const TreeObject& object) {
     int result = 0;
     for (const ParamTableEntry* row = walk.table; row->paramID != PARAM_TABLE_END.paramID; ++row) {
         if (row->xmlParamName == nullptr) continue;
+        deliverSignals(); // a value may ask the controller
         if (walk.trace.row != nullptr) walk.trace.row(row->xmlParamName);
         char text[VALUE_TEXT_SIZE];
         int32_t value = 0;

@@ -3,7 +3,6 @@
 #include "platform/host.h"
 
 #include <cerrno>
-#include <csignal>
 #include <ctime>
 #include <optional>
 #include <unistd.h>
@@ -17,29 +16,31 @@ std::atomic<unsigned> g_deferredSignals = 0; // by bit number
 std::atomic<bool> g_waiting = false;         // the main thread is in a wait
 std::atomic<bool> g_giveUpTimerRuns = false;
 
-// In the order of delivery: SIGINT does more than SIGTERM.
-constexpr int TERMINATION_SIGNALS[] = {SIGINT, SIGTERM};
-
 bool inMainThread() {
     return gettid() == getpid();
+}
+
+// Not of the host's time: what is waited for is another process.
+int64_t monotonicMilliseconds() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
 }
 
 // While it lives, the main thread waits: kept signals are delivered at its beginning, others as they arrive.
 class Wait {
   public:
-    Wait() : outer_(g_waiting.exchange(true)), kept_(g_deferredSignals.exchange(0)) {
-        for (const int signal : {SIGINT, SIGTERM, SIGUSR1})
-            if ((kept_ & 1U << signal) != 0) raise(signal);
+    Wait() : outer_(g_waiting.exchange(true)) {
+        const unsigned kept = g_deferredSignals.exchange(0);
+        for (const KeptSignal& signal : KEPT_SIGNALS)
+            if ((kept & 1U << signal.number) != 0) raise(signal.number);
     }
     ~Wait() { g_waiting = outer_; } // a handler may wait itself
     Wait(const Wait&) = delete;
     Wait& operator=(const Wait&) = delete;
 
-    bool hasDelivered() const { return kept_ != 0; }
-
   private:
     const bool outer_;
-    const unsigned kept_;
 };
 
 } // namespace
@@ -47,8 +48,8 @@ class Wait {
 bool deferSignal(int signal) {
     if (g_waiting || getpid() != g_mainPid) return false;
     g_deferredSignals |= 1U << signal;
-    for (const int termination : TERMINATION_SIGNALS)
-        if (signal == termination) startGiveUpTimer();
+    for (const KeptSignal& kept : KEPT_SIGNALS)
+        if (signal == kept.number && kept.endsDaemon) startGiveUpTimer();
     return true;
 }
 
@@ -60,8 +61,8 @@ void keepSignalsDuring(void (*work)()) {
 }
 
 int getDeferredTermination() {
-    for (const int signal : TERMINATION_SIGNALS)
-        if ((g_deferredSignals & 1U << signal) != 0) return signal;
+    for (const KeptSignal& signal : KEPT_SIGNALS)
+        if (signal.endsDaemon && (g_deferredSignals & 1U << signal.number) != 0) return signal.number;
     return 0;
 }
 
@@ -74,7 +75,7 @@ bool isGiveUpTimerRunning() {
 }
 
 void deliverSignals() {
-    if (inMainThread()) {
+    if (g_deferredSignals != 0 && inMainThread()) {
         const Wait wait;
     }
 }
@@ -85,7 +86,7 @@ void pauseSeconds(unsigned seconds) {
         return;
     }
     const Wait wait;
-    if (!wait.hasDelivered()) hostSleep(seconds);
+    hostSleep(seconds);
 }
 
 int lockFirstByte(int fd) {
@@ -98,12 +99,12 @@ int lockFirstByte(int fd) {
 }
 
 int lockFirstByteSoon(int fd) {
-    constexpr int attempts = 2000;
-    constexpr timespec interval = {0, 250000}; // not of the host's time: what is waited for is another process
+    constexpr timespec interval = {0, 10'000'000};
+    const int64_t deadline = monotonicMilliseconds() + 500;
     std::optional<Wait> wait;
-    for (int attempt = 1; lseek(fd, 0, SEEK_SET) == 0; ++attempt) {
+    while (lseek(fd, 0, SEEK_SET) == 0) {
         if (lockf(fd, F_TLOCK, 1) == 0) return 0;
-        if ((errno != EACCES && errno != EAGAIN) || attempt == attempts) break;
+        if ((errno != EACCES && errno != EAGAIN) || monotonicMilliseconds() >= deadline) break;
         if (!wait && inMainThread()) wait.emplace();
         nanosleep(&interval, nullptr);
     }

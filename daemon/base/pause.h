@@ -1,11 +1,19 @@
 #pragma once
 
-// Where the main thread may be interrupted. SIGTERM, SIGINT and SIGUSR1 take effect only in the functions below,
-// where it holds no lock and is in the middle of no write. Elsewhere their handlers keep them (deferSignal), and
-// the next of these places delivers them.
+// Where the main thread may be interrupted. The signals kept take effect only in the functions below, where it is in
+// the middle of no write and of no library. Elsewhere their handlers keep them (deferSignal), and the next of these
+// places delivers them.
 
 #include <atomic>
+#include <csignal>
 #include <sys/types.h>
+
+// In the order of delivery: SIGINT does more than SIGTERM. Other threads have them blocked.
+struct KeptSignal {
+    int number;
+    bool endsDaemon;
+};
+inline constexpr KeptSignal KEPT_SIGNALS[] = {{SIGINT, true}, {SIGTERM, true}, {SIGUSR1, false}};
 
 // The daemon's process id; 0 until the daemon is registered. Tells the daemon from a process forked from it.
 extern std::atomic<pid_t> g_mainPid;
@@ -26,10 +34,12 @@ int getDeferredTermination();
 void startGiveUpTimer();
 bool isGiveUpTimerRunning();
 
-// Delivers what was kept. For the places before a file is opened and truncated.
+// Delivers what was kept: before a file is opened and truncated, and between the calls into a library that may each
+// take their time. Nearly free when nothing was kept.
 void deliverSignals();
 
-// Sleeps; returns early when a handler ran, also one for a signal kept from before. Any thread.
+// Sleeps; returns early when a handler runs meanwhile. What was kept from before is delivered first and shortens
+// nothing. Any thread.
 void pauseSeconds(unsigned seconds);
 
 // Takes the lockf lock on the first byte of an open file; 0 or -1 with errno. Signals are delivered only while

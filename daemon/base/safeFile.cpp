@@ -12,7 +12,8 @@ FILE* openTmpFile(const char* path, const char* mode) {
     const char* found = hostPath(path, buffer);
     const bool append = mode[0] == 'a';
     // Without waiting for a FIFO's reader; what is opened is truncated only once it is known to be a file.
-    const int flags = O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | (append ? O_APPEND : 0);
+    // At its end always: who empties an open trace gets no hole where the text before was.
+    constexpr int flags = O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | O_APPEND;
     // O_CREAT on another user's file is refused in a sticky directory, even to root.
     int fd = open(found, flags);
     if (fd == -1 && errno == ENOENT) fd = open(found, flags | O_CREAT | O_EXCL, 0600);

@@ -176,9 +176,13 @@ void DaemonProcess::waitForStandingClock() {
 
 // A standing clock says so once: its word is taken away before it may go on, so that the next word is a new one.
 void DaemonProcess::letRunToPass(int pass) {
+    letRunTo(endOfPass(pass));
+}
+
+void DaemonProcess::letRunTo(int64_t second) {
     waitForStandingClock();
     remove("simulator/clock");
-    write("simulator/until.new", std::to_string(endOfPass(pass)));
+    write("simulator/until.new", std::to_string(second));
     std::filesystem::rename(path("simulator/until.new"), path("simulator/until"));
 }
 

@@ -52,7 +52,8 @@ class DaemonProcess {
     int launch(const std::vector<std::string>& arguments = {"ZEB_MIRA_Update"});
     void restart(); // waits for the end, and for pass 1 of the new one, under no tracer
     void letRunToPass(int pass);
-    void runToPass(int pass); // waits until it is over; launches the first time
+    void letRunTo(int64_t second); // since the start
+    void runToPass(int pass);      // waits until it is over; launches the first time
 
     pid_t pid() const { return pid_; } // 0: no daemon was left
     std::vector<Call> calls(const std::string& name = {}) const;

@@ -46,10 +46,10 @@ void expectEnd(DaemonProcess& daemon, const std::string& log, int deregistration
     EXPECT_EQ(std::count_if(calls.begin(), calls.end(), isOwn), deregistrations);
 }
 
-// To pass 6, which reports the status, comes to the tree next, and is to hang there.
-void letRunIntoTreeUpdate(DaemonProcess& daemon) {
-    daemon.letRunToPass(6);
-    waitFor("pass 6", [&] { return daemon.calls("updateSystemStatus").size() == 3; });
+// To a pass that reports the status, comes to the tree next, and is to hang there.
+void letRunIntoTreeUpdate(DaemonProcess& daemon, int pass = 6) {
+    daemon.letRunToPass(pass);
+    waitFor("the pass", [&] { return daemon.calls("updateSystemStatus").size() == size_t(pass / 2); });
     waitFor("its hang", [&] { return daemon.statusField("State").starts_with("S"); });
 }
 
@@ -99,22 +99,57 @@ TEST_F(Signals, sigusr1EndsTheSleepAndNothingElse) {
     EXPECT_EQ(logOf(daemon), "");
 }
 
-// Pass 6 hangs where the tree update says so on standard output, a pipe that is full.
+// Passes 6 and 16 hang where the tree update says so on standard output, a pipe that is full.
 TEST_F(Signals, areKeptWithinAPass) {
     daemon.makeFifo("stdout");
     const int output = daemon.open("stdout", O_RDWR | O_NONBLOCK);
     daemon.runToPass(1);
-    const std::string rstLog = daemon.read(RST_LOG);
     daemon.write(TRACE, "");
     char block[4096] = {};
-    while (::write(output, block, sizeof block) > 0) continue;
+    const auto fill = [&] {
+        while (::write(output, block, sizeof block) > 0) continue;
+    };
+    const auto letGoOn = [&] {
+        while (::read(output, block, sizeof block) > 0) continue;
+    };
+    fill();
     letRunIntoTreeUpdate(daemon);
     daemon.signal(SIGUSR1);
-    daemon.signal(SIGINT);
+    letGoOn();
+    daemon.runToPass(8);
+    EXPECT_EQ(daemon.calls("updateSystemStatus").back().time, 420) << "the pause is not shortened";
+
+    daemon.runToPass(15);
+    const std::string rstLog = daemon.read(RST_LOG);
+    fill();
+    letRunIntoTreeUpdate(daemon, 16);
+    daemon.signal(SIGUSR1);
+    daemon.signal(SIGTERM);
+    daemon.signal(SIGINT); // comes before it all the same
     EXPECT_EQ(logOf(daemon), "");
-    while (::read(output, block, sizeof block) > 0) continue; // lets it go on
+    letGoOn();
     expectEnd(daemon, interruptLines(1), 1);
     EXPECT_EQ(daemon.read(RST_LOG), rstLog) << "not before the next file was opened";
+}
+
+// One that takes its time is no hang: nothing is given up, and the drives behind it are not waited for.
+TEST_F(Signals, takeEffectBetweenReadsOfDrives) {
+    const nlohmann::json drives = {{"count", 2}, {"addr", {{{"deviceId", 8}}, {{"deviceId", 9}}}}};
+    daemon.runToPass(1);
+    daemon.describe({{"controllers",
+                      {{{"id", 0},
+                        {"records",
+                         {{"MR_CTRL_INFO", {{"pdPresentCount", 2}}},
+                          {"MR_CTRL_PROP", nlohmann::json::object()},
+                          {"MR_PD_LIST", drives}}}}}},
+                     {"faults", {{{"call", "raid_PhysicalDeviceGetInfo"}, {"kind", "slow"}}}}});
+    daemon.letRunTo(301); // in the first drive's read, from 300 to 303
+    waitFor("the read", [&] { return daemon.read("simulator/clock") == "standing"; });
+    daemon.signal(SIGINT);
+    EXPECT_EQ(logOf(daemon), "");
+    daemon.letRunTo(304);
+    expectEnd(daemon, interruptLines(1), 1);
+    EXPECT_EQ(daemon.calls("raid_PhysicalDeviceGetInfo").size(), 1U);
 }
 
 TEST(SignalsInALockWait, takeEffectAtOnce) {

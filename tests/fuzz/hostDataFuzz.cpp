@@ -6,6 +6,7 @@
 #include "sysinfo/driverMonitoring.h"
 #include "sysinfo/lcmParameters.h"
 #include "sysinfo/snmpdSupervision.h"
+#include "sysinfo/paramTableLock.h"
 #include "sysinfo/systemInformation.h"
 #include "tests/fuzz/fuzz.h"
 #include "tests/fuzz/memoryMachine.h"

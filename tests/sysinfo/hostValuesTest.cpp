@@ -2,6 +2,7 @@
 
 #include "sysinfo/driverMonitoring.h"
 #include "sysinfo/lcmParameters.h"
+#include "sysinfo/paramTableLock.h"
 #include "sysinfo/systemInformation.h"
 #include "tests/daemon/base/outputs.h"
 
@@ -37,8 +38,7 @@ TEST(HostValues, numbersAreOfTheirOwnSizeOrMissingForAReason) {
 
 [[noreturn]] void updateWhileTableIsKept() {
     simulatedRoot();
-    lockParamTable();
-    int status = EXIT_SUCCESS;
+    int status = lockParamTable() == 1 ? EXIT_SUCCESS : EXIT_FAILURE;
     for (int (*step)(char*) : {updateDriverMonitoring, updateSystemInformation}) {
         char message[LCM_MESSAGE_SIZE] = "";
         if (step(message) != STEP_NOT_LOCKED) status = EXIT_FAILURE;
