@@ -6,6 +6,7 @@
 #include "platform/procmanager.h"
 #include "sysinfo/snmpdSupervision.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -52,9 +53,7 @@ void onKeptSignal(int signal) {
 }
 
 constexpr bool isKept(int signal) {
-    for (const KeptSignal& kept : KEPT_SIGNALS)
-        if (kept.number == signal) return true;
-    return false;
+    return std::ranges::any_of(KEPT_SIGNALS, [signal](const KeptSignal& kept) { return kept.number == signal; });
 }
 
 template <int signal, void (*act)(int)>
