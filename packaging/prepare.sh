@@ -12,6 +12,7 @@ build   header   nlohmann/json.hpp       nlohmann-json3-dev
 build   header   expat.h                 libexpat1-dev
 build   header   gtest/gtest.h           libgtest-dev
 build   header   gmock/gmock.h           libgmock-dev
+build   command  python3                 python3
 build   command  xmllint                 libxml2-utils
 test    command  /usr/sbin/snmpd         snmpd
 test    command  snmpget                 snmp
@@ -22,7 +23,6 @@ checks  command  clang-format-14         clang-format-14
 checks  command  run-clang-tidy-14       clang-tidy-14
 armhf   command  arm-linux-gnueabihf-g++ g++-arm-linux-gnueabihf
 armhf   command  qemu-arm                qemu-user
-armhf   command  python3                 python3
 armhf   file     /usr/src/googletest/CMakeLists.txt googletest
 coverage command gcovr                   gcovr
 fuzz    command  clang++-14              clang-14
