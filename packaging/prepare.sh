@@ -125,6 +125,8 @@ configure() { # PRESET
 
 # Waits until no other call holds FILE; it is ours until this process ends, or DESCRIPTOR is closed.
 takeTurn() { # FILE DESCRIPTOR
+    [[ -w $1 || (! -e $1 && -w ${1%/*}) ]] ||
+        fail "this checkout was built by another user ($(stat -c %U "${1%/*}")): build in a clone of your own"
     eval "exec $2>\"\$1\"" || exit
     flock -n "$2" && return
     echo "Waiting for another call to end"
