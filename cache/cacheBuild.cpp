@@ -8,16 +8,6 @@
 
 namespace {
 
-constexpr uint32_t DCMD_CTRL_PROP = 0x01020100;
-constexpr uint32_t DCMD_MFC_DEFAULTS = 0x010E0201;
-constexpr uint32_t DCMD_PR_STATUS = 0x01070100;
-constexpr uint32_t DCMD_PR_PROPERTIES = 0x01070200;
-constexpr uint32_t DCMD_CC_SCHEDULE_PROPERTIES = 0x01140200;
-constexpr uint32_t DCMD_BBU_STATUS = 0x05010000;
-constexpr uint32_t DCMD_BBU_CAPACITY_INFO = 0x05020000;
-constexpr uint32_t DCMD_BBU_DESIGN_INFO = 0x05030000;
-constexpr uint32_t DCMD_BBU_PROPERTIES = 0x05050100;
-
 // The sizes that the messages print: of a pointer and of MR_CTRL_INFO on the controller.
 constexpr int PRINTED_POINTER_SIZE = 4;
 constexpr int PRINTED_CTRL_INFO_SIZE = 2048;
@@ -74,7 +64,7 @@ int createController(int i, uint32_t ctrlId) {
 }
 
 int readCtrlProp(int i, MRCtrlInst& controller) {
-    const int status = readControllerRecord(controller.ctrlId, DCMD_CTRL_PROP, controller.mrCtrlProp);
+    const int status = readControllerRecord(controller.ctrlId, MR_DCMD_CTRL_PROP, controller.mrCtrlProp);
     if (status == 0) {
         noteAllocation(controller.mrCtrlProp);
         trace("createCache_CtrlInfo(%d): Success in reading MR_CTRL_PROP\n", i);
@@ -83,7 +73,7 @@ int readCtrlProp(int i, MRCtrlInst& controller) {
 }
 
 void readMfcDefaults(int i, MRCtrlInst& controller) {
-    if (readControllerRecord(controller.ctrlId, DCMD_MFC_DEFAULTS, controller.mrMfcDefaults) != 0) {
+    if (readControllerRecord(controller.ctrlId, MR_DCMD_MFC_DEFAULTS, controller.mrMfcDefaults) != 0) {
         logRST("createCache_CtrlInfo2(%d): Error in reading MR_MFC_DEFAULTS", i);
         return;
     }
@@ -94,13 +84,13 @@ void readMfcDefaults(int i, MRCtrlInst& controller) {
 }
 
 void readPatrolRead(int i, MRCtrlInst& controller) {
-    if (readControllerRecord(controller.ctrlId, DCMD_PR_STATUS, controller.mrPRStatus) != 0) {
+    if (readControllerRecord(controller.ctrlId, MR_DCMD_PR_STATUS, controller.mrPRStatus) != 0) {
         logRST("createCache_CtrlInfo2(%d): Error in reading MR_PR_STATUS", i);
     } else {
         trace("createCache_CtrlInfo2(%d): Success in reading MR_PR_STATUS\n", i);
         noteAllocation(controller.mrPRStatus);
     }
-    if (readControllerRecord(controller.ctrlId, DCMD_PR_PROPERTIES, controller.mrPRProperties) != 0) {
+    if (readControllerRecord(controller.ctrlId, MR_DCMD_PR_PROPERTIES, controller.mrPRProperties) != 0) {
         logRST("createCache_CtrlInfo2(%d): Error in reading MR_PR_PROPERTIES", i);
     } else {
         trace("createCache_CtrlInfo2(%d): Success in reading MR_PR_PROPERTIES\n", i);
@@ -109,7 +99,8 @@ void readPatrolRead(int i, MRCtrlInst& controller) {
 }
 
 void readScheduleProperties(int i, MRCtrlInst& controller) {
-    if (readControllerRecord(controller.ctrlId, DCMD_CC_SCHEDULE_PROPERTIES, controller.mrCCScheduleProps) != 0) return;
+    if (readControllerRecord(controller.ctrlId, MR_DCMD_CC_SCHEDULE_PROPERTIES, controller.mrCCScheduleProps) != 0)
+        return;
     trace("createCache_CtrlInfo2(%d): Success in reading MR_CC_SCHEDULE_PROPERTIES\n", i);
     noteAllocation(controller.mrCCScheduleProps);
 }
@@ -118,7 +109,7 @@ void readScheduleProperties(int i, MRCtrlInst& controller) {
 bool readBatteryStatus(int i, MRCtrlInst& controller, uint8_t& type) {
     type = MR_BBU_TYPE_NONE;
     MR_BBU_STATUS buffer{};
-    if (raid_ControllerGetOperation(controller.ctrlId, DCMD_BBU_STATUS, &buffer, sizeof buffer) != 0) return true;
+    if (raid_ControllerGetOperation(controller.ctrlId, MR_DCMD_BBU_STATUS, &buffer, sizeof buffer) != 0) return true;
     const bool isNone = buffer.batteryType == MR_BBU_TYPE_NONE;
     if (!isNone) controller.mrBBUStatus = copyRecord(buffer);
     if (!isNone && controller.mrBBUStatus == nullptr) return true;
@@ -130,7 +121,7 @@ bool readBatteryStatus(int i, MRCtrlInst& controller, uint8_t& type) {
 }
 
 void readBatteryCapacity(int i, MRCtrlInst& controller) {
-    const int status = readControllerRecord(controller.ctrlId, DCMD_BBU_CAPACITY_INFO, controller.mrBBUCapacityInfo);
+    const int status = readControllerRecord(controller.ctrlId, MR_DCMD_BBU_CAPACITY_INFO, controller.mrBBUCapacityInfo);
     if (status != 0) {
         trace("createCache_CtrlInfo2(%d): ERROR in reading MR_BBU_CAPACITY_INFO (ret=%d)\n", i, status);
         return;
@@ -140,7 +131,7 @@ void readBatteryCapacity(int i, MRCtrlInst& controller) {
 }
 
 void readBatteryProperties(int i, MRCtrlInst& controller) {
-    const int status = readControllerRecord(controller.ctrlId, DCMD_BBU_PROPERTIES, controller.mrBBUProperties);
+    const int status = readControllerRecord(controller.ctrlId, MR_DCMD_BBU_PROPERTIES, controller.mrBBUProperties);
     if (status != 0) {
         trace("createCache_CtrlInfo2(%d): ERROR in reading MR_BBU_PROPERTIES (ret=%d)\n", i, status);
         return;
@@ -150,7 +141,7 @@ void readBatteryProperties(int i, MRCtrlInst& controller) {
 }
 
 void readBatteryDesign(int i, MRCtrlInst& controller) {
-    const int status = readControllerRecord(controller.ctrlId, DCMD_BBU_DESIGN_INFO, controller.mrBBUDesignInfo);
+    const int status = readControllerRecord(controller.ctrlId, MR_DCMD_BBU_DESIGN_INFO, controller.mrBBUDesignInfo);
     if (status != 0) {
         trace("createCache_CtrlInfo2(%d): ERROR in reading MR_BBU_DESIGN_INFO (ret=%d)\n", i, status);
         return;

@@ -5,8 +5,6 @@
 
 namespace {
 
-constexpr uint32_t DCMD_CONFIG_DATA = 0x04010000;
-
 void readPdList(int c, MRCtrlInst& controller) {
     const int status = readRecord(controller.mrPdList,
                                   [&](MR_PD_LIST* list) { return raid_GetControllerPDList(controller.ctrlId, list); });
@@ -109,7 +107,7 @@ bool readDrives(MRCtrlInst& controller, int& result) {
 }
 
 int readConfiguration(int c, MRCtrlInst& controller) {
-    const int status = readControllerRecord(controller.ctrlId, DCMD_CONFIG_DATA, controller.mrCfgData);
+    const int status = readControllerRecord(controller.ctrlId, MR_DCMD_CONFIG_DATA, controller.mrCfgData);
     if (status != 0) {
         trace("createCache_LDInfo(): ERROR:Failure in reading MR_CONFIG_DATA from storelib!\n");
         logRST("createCache_LDInfo(%d): Error in reading MR_CONFIG_DATA", c);

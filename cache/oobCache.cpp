@@ -20,23 +20,26 @@ struct ElementRange {
     uint64_t end;
 };
 
-ElementRange getElementRange(const SL_ENCL_STATUS_T& status, EnclosureElement kind) {
-    const uint32_t counts[] = {status.slotCount, status.psuCount, status.fanCount, status.sensorCount,
-                               status.alarmCount};
+ElementRange getElementRange(const SL_ENCL_STATUS_T& status, ElementKind kind) {
+    const ElementCounts counts = getStatedCounts(status);
     ElementRange range{};
-    for (int i = 0; i <= int(kind); ++i) range = {range.end, range.end + counts[i]};
+    for (size_t i = 0; i <= size_t(kind); ++i) range = {range.end, range.end + counts[i]};
     return {std::min<uint64_t>(range.begin, ELEMENT_CAPACITY), std::min<uint64_t>(range.end, ELEMENT_CAPACITY)};
 }
 
 } // namespace
 
-uint32_t getElementCount(const SL_ENCL_STATUS_T* status, EnclosureElement kind) {
+ElementCounts getStatedCounts(const SL_ENCL_STATUS_T& status) {
+    return {status.slotCount, status.psuCount, status.fanCount, status.sensorCount, status.alarmCount, 0};
+}
+
+uint32_t getElementCount(const SL_ENCL_STATUS_T* status, ElementKind kind) {
     if (status == nullptr) return 0;
     const ElementRange range = getElementRange(*status, kind);
     return uint32_t(range.end - range.begin);
 }
 
-SL_ENCL_ELEMENT_T getElement(const SL_ENCL_STATUS_T* status, EnclosureElement kind, uint32_t index) {
+SL_ENCL_ELEMENT_T getElement(const SL_ENCL_STATUS_T* status, ElementKind kind, uint32_t index) {
     if (index >= getElementCount(status, kind)) return {};
     return status->element[getElementRange(*status, kind).begin + index];
 }

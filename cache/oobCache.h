@@ -7,6 +7,8 @@
 #include "platform/storelib.h"
 #include "platform/xmlParser.h"
 
+#include <array>
+
 // Logical-drive entries of MR_CONFIG_DATA follow one another whatever the array count says; an entry exists
 // when its read bytes (0 to 39) lie inside the record.
 constexpr size_t LD_CONFIG_OFFSET = offsetof(MR_CONFIG_DATA, ld);
@@ -101,14 +103,18 @@ inline uint32_t getLdCount(const MR_CONFIG_DATA* configuration) {
 // A copy of a logical drive's entry, what lies outside the record as zeros. index < LD_CONFIG_CAPACITY.
 MR_LD_CONFIG getLdConfig(const MR_CONFIG_DATA& configuration, uint32_t index);
 
-// Elements of an enclosure are numbered through all kinds: slots, power supplies, fans, sensors, alarms.
-enum class EnclosureElement { slot, powerSupply, fan, sensor, alarm };
+// Elements of an enclosure are numbered through all kinds, in this order; in pages their processor follows.
+enum class ElementKind : uint8_t { slot, powerSupply, fan, sensor, alarm, processor };
+using ElementCounts = std::array<uint32_t, size_t(ElementKind::processor) + 1>;
+
+// The counts as the block states them, by kind; it has none for processors.
+ElementCounts getStatedCounts(const SL_ENCL_STATUS_T& status);
 
 // How many elements of a kind lie inside the block; 0 without a block.
-uint32_t getElementCount(const SL_ENCL_STATUS_T* status, EnclosureElement kind);
+uint32_t getElementCount(const SL_ENCL_STATUS_T* status, ElementKind kind);
 
 // A copy of the element; all zero (unsupported) when it lies outside the block or the kind has fewer.
-SL_ENCL_ELEMENT_T getElement(const SL_ENCL_STATUS_T* status, EnclosureElement kind, uint32_t index);
+SL_ENCL_ELEMENT_T getElement(const SL_ENCL_STATUS_T* status, ElementKind kind, uint32_t index);
 
 // The controller's record; NULL when the index is out of range or the controller could not be read.
 inline MRCtrlInst* getController(int ctrlIndex) {

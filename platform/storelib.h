@@ -11,6 +11,31 @@
 #include <cstdlib>
 #include <cstring>
 
+// Opcodes of raid_ControllerGetOperation; each reads the record that it is named by.
+constexpr uint32_t MR_DCMD_CTRL_PROP = 0x01020100;
+constexpr uint32_t MR_DCMD_ALARM_STATE = 0x01030100; // one byte, 0: off
+constexpr uint32_t MR_DCMD_PR_STATUS = 0x01070100;
+constexpr uint32_t MR_DCMD_PR_PROPERTIES = 0x01070200;
+constexpr uint32_t MR_DCMD_BOOT_LD = 0x010C0100; // 64 bytes: the target id as a word, 0xFFFF: none
+constexpr uint32_t MR_DCMD_MFC_DEFAULTS = 0x010E0201;
+constexpr uint32_t MR_DCMD_CC_SCHEDULE_PROPERTIES = 0x01140200;
+constexpr uint32_t MR_DCMD_CONFIG_DATA = 0x04010000;
+constexpr uint32_t MR_DCMD_BBU_STATUS = 0x05010000;
+constexpr uint32_t MR_DCMD_BBU_CAPACITY_INFO = 0x05020000;
+constexpr uint32_t MR_DCMD_BBU_DESIGN_INFO = 0x05030000;
+constexpr uint32_t MR_DCMD_BBU_PROPERTIES = 0x05050100;
+
+// Results of the controller's two status reads, of raid_GetBatteryState and of raid_GetEnclosureStatus.
+constexpr int32_t SL_STATUS_GOOD = 0;
+constexpr int32_t SL_STATUS_DEGRADED = 1;
+constexpr int32_t SL_STATUS_FAILED = 2;
+
+// Model codes of enclosures.
+constexpr int SL_ENCL_MODEL_UNKNOWN = 0;
+constexpr int SL_ENCL_MODEL_KP17 = 1;
+constexpr int SL_ENCL_MODEL_KP23 = 2;
+constexpr int SL_ENCL_MODEL_KP17M2 = 3;
+
 extern "C" {
 
 // Controllers.
@@ -18,14 +43,14 @@ int raid_GetControllerList(SL_CTRL_LIST_T* list);
 int raid_ReadControllerInfoRaw(uint32_t ctrlId, MR_CTRL_INFO* info);
 int raid_ControllerGetOperation(uint32_t ctrlId, uint32_t opcode, void* buffer, uint32_t length);
 int raid_GetControllerNumber(uint32_t ctrlId);
-int raid_ControllerGetBatteryStatus(uint32_t ctrlId, int32_t* status);     // 0 good, 1 degraded, 2 failed
+int raid_ControllerGetBatteryStatus(uint32_t ctrlId, int32_t* status);     // SL_STATUS_*
 int raid_ControllerGetVirtualDiskStatus(uint32_t ctrlId, int32_t* status); // as above
 int ZEBRAID_DirectLibCommand(uint32_t ctrlId, SL_LIB_CMD_PARAM_T* packet, void* out, uint32_t size);
 const char* raid_GetErrorStatus(int status);
 const char* raid_GetPCIVendorName(uint16_t vendorId);
 const char* raid_GetPatrolReadState(uint8_t state);
 const char* raid_GetBatteryType(uint8_t batteryType);
-int raid_GetBatteryState(uint32_t fwStatus); // 0 normal, 1 degraded, 2 failed, -1 unknown
+int raid_GetBatteryState(uint32_t fwStatus); // SL_STATUS_*, -1: unknown
 const char* raid_GetBatteryAutoLearnMode(uint8_t mode);
 
 // Lists.
@@ -59,10 +84,10 @@ const char* raid_GetLogicalDriveAccessPolicy(uint8_t policy);
 const char* raid_GetPhysicalDriveCachePolicy(uint8_t policy);
 const char* raid_GetLogicalDriveState(uint8_t state);
 
-// Enclosures. A model code is 0 unknown, 1 KP17, 2 KP23, 3 KP17M2; element indexes count within a kind.
+// Enclosures. Element indexes count within a kind.
 int raid_GetEnclosureStatusFunc(uint32_t ctrlId, uint16_t deviceId,
-                                SL_ENCL_STATUS_T** status);  // *status: malloc'ed, the caller's
-int raid_GetEnclosureStatus(const SL_ENCL_STATUS_T* status); // 0 OK, 1 degraded, 2 error, 3 unknown (NULL)
+                                SL_ENCL_STATUS_T** status);  // *status: malloc'ed, the caller's on success only
+int raid_GetEnclosureStatus(const SL_ENCL_STATUS_T* status); // SL_STATUS_*, 3: unknown (NULL)
 int raid_EnclosureGetEnclosureNumber(const MR_PD_INFO* enclosure, const MR_CTRL_INFO* controller,
                                      const MR_SAS_CONNECTORS* connectors, const MR_ENCL_LIST* enclosures);
 const char* raid_GetEnclosureTypeString(int modelCode);
@@ -88,11 +113,13 @@ void raid_StrncpyTrim(char* destination, const char* source, size_t width); // d
 void raid_swapBytes(void* destination, const void* source, size_t count);   // in reversed order
 }
 
-// Fills the caller's record and frees the library's block.
-inline int raid_GetEnclosureStatusFunc(uint32_t ctrlId, uint16_t deviceId, SL_ENCL_STATUS_T* status) {
+// Fills the caller's record and frees the library's block. A success without a block is a failure, 1.
+[[nodiscard]] inline int raid_GetEnclosureStatusFunc(uint32_t ctrlId, uint16_t deviceId, SL_ENCL_STATUS_T* status) {
     SL_ENCL_STATUS_T* block = nullptr;
     const int result = raid_GetEnclosureStatusFunc(ctrlId, deviceId, &block);
-    if (result == 0 && block != nullptr) memcpy(status, block, sizeof *status);
+    if (result != 0) return result;
+    if (block == nullptr) return 1;
+    memcpy(status, block, sizeof *status);
     free(block);
-    return result == 0 && block == nullptr ? 1 : result;
+    return 0;
 }

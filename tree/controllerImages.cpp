@@ -2,9 +2,6 @@
 
 #include "cache/oobCache.h"
 #include "daemon/base/trace.h"
-#include "values/textValue.h"
-
-#include <cstdio>
 
 namespace {
 
@@ -37,25 +34,23 @@ void cleanBuildTime(MR_IMAGE_COMPONENT& component) {
 
 } // namespace
 
-void getFirmwareVersion(const MR_CTRL_INFO& info, char* text, int size) {
+void putFirmwareVersion(const MR_CTRL_INFO& info, TextBuffer& buffer) {
     for (uint32_t i = 0; i < getComponentCount(info); ++i) {
         const MR_IMAGE_COMPONENT& component = info.imageComponent[i];
         trace("CTRLFWVERSION - Name[%d] ='%s'\n", int(i), endField(component.name).text);
-        if (!hasName(component, FIRMWARE_NAME)) continue;
-        snprintf(text, size_t(size), "%s", endField(component.version).text);
-        return;
+        if (hasName(component, FIRMWARE_NAME)) return put(buffer, endField(component.version));
     }
 }
 
-void getBiosVersion(const MR_CTRL_INFO& info, char* text, int size) {
+void putBiosVersion(const MR_CTRL_INFO& info, TextBuffer& buffer) {
     const MR_IMAGE_COMPONENT* bios = findBios(info);
     if (bios == nullptr) return;
     trace("oobMR_getCtrlInfo():CTRLBIOSVERSION:name='%s'\n", endField(bios->name).text);
     const auto version = endField(bios->version);
-    snprintf(text, size_t(size), "%.*s", int(strcspn(version.text, "_")), version.text);
+    put(buffer, std::string_view(version.text, strcspn(version.text, "_")));
 }
 
-void getUefiDriverVersion(const MR_CTRL_INFO& info, char* text, int size) {
+void putUefiDriverVersion(const MR_CTRL_INFO& info, TextBuffer& buffer) {
     for (uint32_t i = 0; i < getComponentCount(info); ++i) {
         const MR_IMAGE_COMPONENT& component = info.imageComponent[i];
         if (!hasName(component, BIOS_NAME)) continue;
@@ -63,22 +58,22 @@ void getUefiDriverVersion(const MR_CTRL_INFO& info, char* text, int size) {
         const char* separator = strrchr(version.text, '_');
         if (separator == nullptr) continue;
         trace("oobMR_getCtrlInfo():CTRLUEFIDRIVERVERSION: version='%s'\n", version.text);
-        snprintf(text, size_t(size), "%s", separator + 1);
-        return;
+        return put(buffer, separator + 1);
     }
 }
 
-void getFirmwareBuildTime(MR_CTRL_INFO& info, char* text, int size) {
+void cleanAndPutFirmwareBuildTime(MR_CTRL_INFO& info, TextBuffer& buffer) {
     for (uint32_t i = 0; i < getComponentCount(info); ++i) {
         MR_IMAGE_COMPONENT& component = info.imageComponent[i];
         if (!hasName(component, FIRMWARE_NAME)) continue;
         if (component.buildDate[0] == '\0' || component.buildTime[0] == '\0') continue;
         cleanBuildTime(component);
-        snprintf(text, size_t(size), "%s %s", endField(component.buildDate).text, endField(component.buildTime).text);
+        buffer.length = 0; // the last one counts
+        put(buffer, endField(component.buildDate), " ", endField(component.buildTime));
     }
 }
 
-void getBiosBuildTime(MR_CTRL_INFO& info, char* text, int size) {
+void cleanAndPutBiosBuildTime(MR_CTRL_INFO& info, TextBuffer& buffer) {
     const MR_IMAGE_COMPONENT* found = findBios(info);
     if (found == nullptr) return;
     MR_IMAGE_COMPONENT& bios = info.imageComponent[found - info.imageComponent];
@@ -86,13 +81,10 @@ void getBiosBuildTime(MR_CTRL_INFO& info, char* text, int size) {
     const auto date = endField(bios.buildDate);
     const auto time = endField(bios.buildTime);
     trace("oobMR_getCtrlInfo():CTRLBIOSBUILDTIME: ptr->buildDate='%s',  ptr->buildTime='%s'\n", date.text, time.text);
-    if (strcmp(date.text, time.text) != 0) {
-        snprintf(text, size_t(size), "%s %s", date.text, time.text);
-        return;
-    }
+    if (strcmp(date.text, time.text) != 0) return put(buffer, date, " ", time);
     // A firmware that wrote one text into both fields let the date run into what followed its year.
     constexpr char year[] = "/2013";
     const char* end = strstr(date.text, year);
     const size_t length = end == nullptr ? strlen(date.text) : size_t(end - date.text) + sizeof year - 1;
-    snprintf(text, size_t(size), "%.*s", int(length), date.text);
+    put(buffer, std::string_view(date.text, length));
 }

@@ -1,13 +1,14 @@
 #pragma once
 
 #include "platform/storelib.h"
+#include "values/textValue.h"
 
-// Texts of the firmware images (MR_CTRL_INFO, imageComponent); `text` is zeroed and stays so without an image.
+// Texts of the firmware images (MR_CTRL_INFO, imageComponent); nothing without such an image.
 
-void getFirmwareVersion(const MR_CTRL_INFO& info, char* text, int size);
-void getBiosVersion(const MR_CTRL_INFO& info, char* text, int size);
-void getUefiDriverVersion(const MR_CTRL_INFO& info, char* text, int size);
+void putFirmwareVersion(const MR_CTRL_INFO& info, TextBuffer& buffer);
+void putBiosVersion(const MR_CTRL_INFO& info, TextBuffer& buffer);
+void putUefiDriverVersion(const MR_CTRL_INFO& info, TextBuffer& buffer);
 
 // These overwrite what is not printable in the record's dates and times.
-void getFirmwareBuildTime(MR_CTRL_INFO& info, char* text, int size);
-void getBiosBuildTime(MR_CTRL_INFO& info, char* text, int size);
+void cleanAndPutFirmwareBuildTime(MR_CTRL_INFO& info, TextBuffer& buffer);
+void cleanAndPutBiosBuildTime(MR_CTRL_INFO& info, TextBuffer& buffer);

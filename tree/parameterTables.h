@@ -3,8 +3,14 @@
 // The parameter tables: which values an element of the tree has, in the order of its children. Rows without an
 // XML name are never written; the tree asks for their values by itself.
 
-#include <cstdint>
-#include <iterator>
+#include "tree/batteryValues.h"
+#include "tree/controllerValues.h"
+#include "tree/statusSummary.h"
+#include "values/enclosure.h"
+#include "values/enclosureElements.h"
+#include "values/enclosureProcessor.h"
+#include "values/logicalDrive.h"
+#include "values/physicalDrive.h"
 
 constexpr int32_t PARAM_INTEGER = 0;
 constexpr int32_t PARAM_TEXT = 1;
@@ -18,244 +24,252 @@ struct ParamTableEntry {
 
 constexpr ParamTableEntry PARAM_TABLE_END = {-1, nullptr, nullptr, PARAM_INTEGER};
 
-// Rows of the controller table that the tree asks for.
-constexpr int CTRL_PARAM_PD_COUNT = 60;
-constexpr int CTRL_PARAM_LD_COUNT = 61;
+// Whether each id below the count has one row, `withoutRow` apart, and the table its end.
+template <size_t size>
+consteval bool hasRowForEach(const ParamTableEntry (&table)[size], int paramCount, int withoutRow = -1) {
+    for (int id = 0; id < paramCount; ++id) {
+        int rows = 0;
+        for (const ParamTableEntry& row : table) rows += row.paramID == id ? 1 : 0;
+        if (rows != (id == withoutRow ? 0 : 1)) return false;
+    }
+    const size_t rowCount = size_t(paramCount) - (withoutRow < 0 ? 0 : 1);
+    return size == rowCount + 1 && table[rowCount].paramID == PARAM_TABLE_END.paramID;
+}
 
 // clang-format off
 // Children of "Adapter". The order is the document's: AlarmControl stands behind PatrolReadRate.
 constexpr ParamTableEntry ctrlParams_Table[] = {
-    {0, "Type", "Type", PARAM_TEXT},
-    {1, "CtrlNumber", "AdapterNumber", PARAM_INTEGER},
-    {2, "Name", "Name", PARAM_TEXT},
-    {3, "Vendor", "Vendor", PARAM_TEXT},
-    {4, "Product", "Product", PARAM_TEXT},
-    {5, "SerialNumber", "SerialNumber", PARAM_TEXT},
-    {6, "SASAddress", "SASAddress", PARAM_TEXT},
-    {7, "PortCount", "PortCount", PARAM_INTEGER},
-    {8, "Max Channel in use", "MaxChannelInUse", PARAM_INTEGER},
-    {9, "CtrlDriverName", "DriverName", PARAM_TEXT},
-    {10, "CtrlDriverRevison", "DriverVersion", PARAM_TEXT},
-    {11, "UEFI Driver Version", "UEFIDriverVersion", PARAM_TEXT},
-    {12, "Protocol", "Protocol", PARAM_TEXT},
-    {13, "FWPackageVersion", "FWPackageVersion", PARAM_TEXT},
-    {14, "FWVersion", "FirmwareVersion", PARAM_TEXT},
-    {15, "FWBuildTime", "FirmwareBuildTime", PARAM_TEXT},
-    {16, "BIOS WVersion", "BIOSVersion", PARAM_TEXT},
-    {17, "BIOS BuildTime", "BIOSBuildTime", PARAM_TEXT},
-    {18, "MemorySize", "MemorySize", PARAM_INTEGER},
-    {19, "FlashROMSize", "FlashROMSize", PARAM_INTEGER},
-    {20, "AlarmPresent", "AlarmPresent", PARAM_TEXT},
-    {21, "NVRAMSize", "NVRAMSize", PARAM_INTEGER},
-    {22, "CorrErrorCount", "CorrErrorCount", PARAM_INTEGER},
-    {23, "UnCorrErrorCount", "UnCorrErrorCount", PARAM_INTEGER},
-    {24, "Activity", "Activity", PARAM_TEXT},
-    {25, "Inconsistance Policy", "InconsistPolicy", PARAM_TEXT},
-    {26, "SMARTSupport", "SMARTSupport", PARAM_TEXT},
-    {27, "PollingInterval", "PollingInterval", PARAM_INTEGER},
-    {28, "PatrolReadMode", "PatrolReadMode", PARAM_TEXT},
-    {29, "NextExec", "NextExec", PARAM_TEXT},
-    {30, "PatrolReadMaxPD", "PatrolReadMaxPD", PARAM_INTEGER},
-    {31, "ContinuousPatrolling", "ContinousPatrolling", PARAM_TEXT},
-    {32, "PatrolReadDelay", "PatrolReadDelay", PARAM_INTEGER},
-    {33, "PatrolRdIterations", "PatrolRdIterations", PARAM_INTEGER},
-    {34, "PatrolReadRate", "PatrolReadRate", PARAM_INTEGER},
-    {65, "AlarmControl", "AlarmControl", PARAM_TEXT},
-    {35, "RebuildRate", "RebuildRate", PARAM_INTEGER},
-    {36, "BGIRate", "BGIRate", PARAM_INTEGER},
-    {37, "MDCRate", "MDCRate", PARAM_INTEGER},
-    {38, "MigrationRate", "MigrationRate", PARAM_INTEGER},
-    {39, "AutoFlushFreq", "AutoFlushFreq", PARAM_INTEGER},
-    {40, "DelayBetweenSpins", "DelayBetweenSpins", PARAM_INTEGER},
-    {41, "DevicesPerSpins", "DevicesPerSpins", PARAM_INTEGER},
-    {42, "AutoRebuild", "AutoRebuild", PARAM_TEXT},
-    {43, "CoercionMode", "CoercionMode", PARAM_TEXT},
-    {44, "AbortMDCOnError", "AbortMDCOnError", PARAM_TEXT},
-    {45, "InitMode", "InitMode", PARAM_TEXT},
-    {46, "BootLogDriveNumber", "BootLogDriveNumber", PARAM_INTEGER},
-    {47, "CopyBack", "CopyBack", PARAM_TEXT},
-    {48, "CopybackOnSMARTError", "CopybackOnSMARTError", PARAM_TEXT},
-    {49, "CorrectMediaErrorsPR", "CorrectMediaErrorsPR", PARAM_TEXT},
-    {50, "CopybackSSDPnSMARTErr", "CopybackSSDPnSMARTErr", PARAM_TEXT},
-    {51, "PROnSSD", "PROnSSD", PARAM_TEXT},
-    {52, "SpindownUnconfDisks", "SpindownUnconfDisks", PARAM_TEXT},
-    {53, "SpindownHotSpare", "SpindownHotSpare", PARAM_TEXT},
-    {54, "SpindownDelayTime", "SpindownDelayTime", PARAM_INTEGER},
-    {55, "MDCScheduleMode", "MDCScheduleMode", PARAM_TEXT},
-    {56, "NCQ", "NCQ", PARAM_TEXT},
-    {57, "ChipTemperature", "ChipTemperature", PARAM_INTEGER},
-    {58, "Status", "Status", PARAM_TEXT},
-    {59, "CtrlId", nullptr, PARAM_INTEGER},
-    {60, "CtrlPdCount", nullptr, PARAM_INTEGER},
-    {61, "CtrlLdCount", nullptr, PARAM_INTEGER},
-    {62, "CtrlVendorId", nullptr, PARAM_INTEGER},
-    {63, "CtrlSubvendorId", nullptr, PARAM_INTEGER},
-    {64, "CtrlPatrolReadStatus", nullptr, PARAM_TEXT},
-    {66, "CtrlDeviceId", nullptr, PARAM_INTEGER},
-    {67, "CtrlSubDeviceId", nullptr, PARAM_INTEGER},
+    {CTRL_TYPE, "Type", "Type", PARAM_TEXT},
+    {CTRL_NUMBER, "CtrlNumber", "AdapterNumber", PARAM_INTEGER},
+    {CTRL_NAME, "Name", "Name", PARAM_TEXT},
+    {CTRL_VENDOR, "Vendor", "Vendor", PARAM_TEXT},
+    {CTRL_PRODUCT, "Product", "Product", PARAM_TEXT},
+    {CTRL_SERIAL_NUMBER, "SerialNumber", "SerialNumber", PARAM_TEXT},
+    {CTRL_SAS_ADDRESS, "SASAddress", "SASAddress", PARAM_TEXT},
+    {CTRL_PORT_COUNT, "PortCount", "PortCount", PARAM_INTEGER},
+    {CTRL_MAX_CHANNEL_IN_USE, "Max Channel in use", "MaxChannelInUse", PARAM_INTEGER},
+    {CTRL_DRIVER_NAME, "CtrlDriverName", "DriverName", PARAM_TEXT},
+    {CTRL_DRIVER_VERSION, "CtrlDriverRevison", "DriverVersion", PARAM_TEXT},
+    {CTRL_UEFI_DRIVER_VERSION, "UEFI Driver Version", "UEFIDriverVersion", PARAM_TEXT},
+    {CTRL_PROTOCOL, "Protocol", "Protocol", PARAM_TEXT},
+    {CTRL_FW_PACKAGE_VERSION, "FWPackageVersion", "FWPackageVersion", PARAM_TEXT},
+    {CTRL_FIRMWARE_VERSION, "FWVersion", "FirmwareVersion", PARAM_TEXT},
+    {CTRL_FIRMWARE_BUILD_TIME, "FWBuildTime", "FirmwareBuildTime", PARAM_TEXT},
+    {CTRL_BIOS_VERSION, "BIOS WVersion", "BIOSVersion", PARAM_TEXT},
+    {CTRL_BIOS_BUILD_TIME, "BIOS BuildTime", "BIOSBuildTime", PARAM_TEXT},
+    {CTRL_MEMORY_SIZE, "MemorySize", "MemorySize", PARAM_INTEGER},
+    {CTRL_FLASH_ROM_SIZE, "FlashROMSize", "FlashROMSize", PARAM_INTEGER},
+    {CTRL_ALARM_PRESENT, "AlarmPresent", "AlarmPresent", PARAM_TEXT},
+    {CTRL_NVRAM_SIZE, "NVRAMSize", "NVRAMSize", PARAM_INTEGER},
+    {CTRL_CORR_ERROR_COUNT, "CorrErrorCount", "CorrErrorCount", PARAM_INTEGER},
+    {CTRL_UNCORR_ERROR_COUNT, "UnCorrErrorCount", "UnCorrErrorCount", PARAM_INTEGER},
+    {CTRL_ACTIVITY, "Activity", "Activity", PARAM_TEXT},
+    {CTRL_INCONSISTENCY_POLICY, "Inconsistance Policy", "InconsistPolicy", PARAM_TEXT},
+    {CTRL_SMART_SUPPORT, "SMARTSupport", "SMARTSupport", PARAM_TEXT},
+    {CTRL_POLLING_INTERVAL, "PollingInterval", "PollingInterval", PARAM_INTEGER},
+    {CTRL_PATROL_READ_MODE, "PatrolReadMode", "PatrolReadMode", PARAM_TEXT},
+    {CTRL_NEXT_EXEC, "NextExec", "NextExec", PARAM_TEXT},
+    {CTRL_PATROL_READ_MAX_PD, "PatrolReadMaxPD", "PatrolReadMaxPD", PARAM_INTEGER},
+    {CTRL_CONTINUOUS_PATROLLING, "ContinuousPatrolling", "ContinousPatrolling", PARAM_TEXT},
+    {CTRL_PATROL_READ_DELAY, "PatrolReadDelay", "PatrolReadDelay", PARAM_INTEGER},
+    {CTRL_PATROL_READ_ITERATIONS, "PatrolRdIterations", "PatrolRdIterations", PARAM_INTEGER},
+    {CTRL_PATROL_READ_RATE, "PatrolReadRate", "PatrolReadRate", PARAM_INTEGER},
+    {CTRL_ALARM_CONTROL, "AlarmControl", "AlarmControl", PARAM_TEXT},
+    {CTRL_REBUILD_RATE, "RebuildRate", "RebuildRate", PARAM_INTEGER},
+    {CTRL_BGI_RATE, "BGIRate", "BGIRate", PARAM_INTEGER},
+    {CTRL_MDC_RATE, "MDCRate", "MDCRate", PARAM_INTEGER},
+    {CTRL_MIGRATION_RATE, "MigrationRate", "MigrationRate", PARAM_INTEGER},
+    {CTRL_AUTO_FLUSH_FREQ, "AutoFlushFreq", "AutoFlushFreq", PARAM_INTEGER},
+    {CTRL_DELAY_BETWEEN_SPINS, "DelayBetweenSpins", "DelayBetweenSpins", PARAM_INTEGER},
+    {CTRL_DEVICES_PER_SPINS, "DevicesPerSpins", "DevicesPerSpins", PARAM_INTEGER},
+    {CTRL_AUTO_REBUILD, "AutoRebuild", "AutoRebuild", PARAM_TEXT},
+    {CTRL_COERCION_MODE, "CoercionMode", "CoercionMode", PARAM_TEXT},
+    {CTRL_ABORT_MDC_ON_ERROR, "AbortMDCOnError", "AbortMDCOnError", PARAM_TEXT},
+    {CTRL_INIT_MODE, "InitMode", "InitMode", PARAM_TEXT},
+    {CTRL_BOOT_LD_NUMBER, "BootLogDriveNumber", "BootLogDriveNumber", PARAM_INTEGER},
+    {CTRL_COPYBACK, "CopyBack", "CopyBack", PARAM_TEXT},
+    {CTRL_COPYBACK_ON_SMART_ERROR, "CopybackOnSMARTError", "CopybackOnSMARTError", PARAM_TEXT},
+    {CTRL_CORRECT_MEDIA_ERRORS_PR, "CorrectMediaErrorsPR", "CorrectMediaErrorsPR", PARAM_TEXT},
+    {CTRL_COPYBACK_SSD_ON_SMART_ERROR, "CopybackSSDPnSMARTErr", "CopybackSSDPnSMARTErr", PARAM_TEXT},
+    {CTRL_PR_ON_SSD, "PROnSSD", "PROnSSD", PARAM_TEXT},
+    {CTRL_SPINDOWN_UNCONFIGURED, "SpindownUnconfDisks", "SpindownUnconfDisks", PARAM_TEXT},
+    {CTRL_SPINDOWN_HOT_SPARE, "SpindownHotSpare", "SpindownHotSpare", PARAM_TEXT},
+    {CTRL_SPINDOWN_DELAY_TIME, "SpindownDelayTime", "SpindownDelayTime", PARAM_INTEGER},
+    {CTRL_MDC_SCHEDULE_MODE, "MDCScheduleMode", "MDCScheduleMode", PARAM_TEXT},
+    {CTRL_NCQ, "NCQ", "NCQ", PARAM_TEXT},
+    {CTRL_CHIP_TEMPERATURE, "ChipTemperature", "ChipTemperature", PARAM_INTEGER},
+    {CTRL_STATUS, "Status", "Status", PARAM_TEXT},
+    {CTRL_ID, "CtrlId", nullptr, PARAM_INTEGER},
+    {CTRL_PD_COUNT, "CtrlPdCount", nullptr, PARAM_INTEGER},
+    {CTRL_LD_COUNT, "CtrlLdCount", nullptr, PARAM_INTEGER},
+    {CTRL_VENDOR_ID, "CtrlVendorId", nullptr, PARAM_INTEGER},
+    {CTRL_SUBVENDOR_ID, "CtrlSubvendorId", nullptr, PARAM_INTEGER},
+    {CTRL_PATROL_READ_STATUS, "CtrlPatrolReadStatus", nullptr, PARAM_TEXT},
+    {CTRL_DEVICE_ID, "CtrlDeviceId", nullptr, PARAM_INTEGER},
+    {CTRL_SUBDEVICE_ID, "CtrlSubDeviceId", nullptr, PARAM_INTEGER},
     PARAM_TABLE_END,
 };
-static_assert(std::size(ctrlParams_Table) == 69);
+static_assert(hasRowForEach(ctrlParams_Table, CTRL_PARAM_COUNT));
 
 // Children of "Battery".
 constexpr ParamTableEntry battParams_Table[] = {
-    {0, "Name", "Name", PARAM_TEXT},
-    {1, "Vendor", "Vendor", PARAM_TEXT},
-    {2, "Manufacture Date", "ManufactureDate", PARAM_TEXT},
-    {3, "Design Capacity", "DesignCapacity", PARAM_INTEGER},
-    {4, "Design Voltage", "DesignVoltage", PARAM_TEXT},
-    {5, "Type", "Type", PARAM_TEXT},
-    {6, "Intelligent BBU", "IntelligentBBU", PARAM_TEXT},
-    {7, "Serial Number", "SerialNumber", PARAM_INTEGER},
-    {8, "Status", "Status", PARAM_TEXT},
-    {9, "Next Learn Time", "NextLearnTime", PARAM_TEXT},
-    {10, "Device Name", "DeviceName", PARAM_TEXT},
-    {11, "Module Version", "ModuleVersion", PARAM_TEXT},
-    {12, "Auto Learn Mode", "AutoLearnMode", PARAM_TEXT},
-    {13, "Auto Learn Period", "AutoLearnPeriod", PARAM_INTEGER},
-    {14, "Voltage", "Voltage", PARAM_TEXT},
-    {15, "Temperature", "Temperature", PARAM_INTEGER},
-    {16, "Capacitance", "Capacitance", PARAM_INTEGER},
-    {17, "Remaining Capacity", "RemainingCapacity", PARAM_INTEGER},
+    {BATTERY_NAME, "Name", "Name", PARAM_TEXT},
+    {BATTERY_VENDOR, "Vendor", "Vendor", PARAM_TEXT},
+    {BATTERY_MANUFACTURE_DATE, "Manufacture Date", "ManufactureDate", PARAM_TEXT},
+    {BATTERY_DESIGN_CAPACITY, "Design Capacity", "DesignCapacity", PARAM_INTEGER},
+    {BATTERY_DESIGN_VOLTAGE, "Design Voltage", "DesignVoltage", PARAM_TEXT},
+    {BATTERY_TYPE, "Type", "Type", PARAM_TEXT},
+    {BATTERY_INTELLIGENT, "Intelligent BBU", "IntelligentBBU", PARAM_TEXT},
+    {BATTERY_SERIAL_NUMBER, "Serial Number", "SerialNumber", PARAM_INTEGER},
+    {BATTERY_STATUS, "Status", "Status", PARAM_TEXT},
+    {BATTERY_NEXT_LEARN_TIME, "Next Learn Time", "NextLearnTime", PARAM_TEXT},
+    {BATTERY_DEVICE_NAME, "Device Name", "DeviceName", PARAM_TEXT},
+    {BATTERY_MODULE_VERSION, "Module Version", "ModuleVersion", PARAM_TEXT},
+    {BATTERY_AUTO_LEARN_MODE, "Auto Learn Mode", "AutoLearnMode", PARAM_TEXT},
+    {BATTERY_AUTO_LEARN_PERIOD, "Auto Learn Period", "AutoLearnPeriod", PARAM_INTEGER},
+    {BATTERY_VOLTAGE, "Voltage", "Voltage", PARAM_TEXT},
+    {BATTERY_TEMPERATURE, "Temperature", "Temperature", PARAM_INTEGER},
+    {BATTERY_CAPACITANCE, "Capacitance", "Capacitance", PARAM_INTEGER},
+    {BATTERY_REMAINING_CAPACITY, "Remaining Capacity", "RemainingCapacity", PARAM_INTEGER},
     PARAM_TABLE_END,
 };
-static_assert(std::size(battParams_Table) == 19);
+static_assert(hasRowForEach(battParams_Table, BATTERY_PARAM_COUNT));
 
 // Children of "LogicalDrive".
 constexpr ParamTableEntry ldParams_Table[] = {
-    {0, "LogDriveNumber", "LogDriveNumber", PARAM_INTEGER},
-    {1, "LogicalSize", "LogicalSize", PARAM_INTEGER},
-    {2, "PhysicalSize", "PhysicalSize", PARAM_INTEGER},
-    {3, "RAIDLevel", "RAIDLevel", PARAM_TEXT},
-    {4, "Stripesize", "Stripesize", PARAM_TEXT},
-    {5, "Name", "Name", PARAM_TEXT},
-    {6, "InitState", "InitState", PARAM_TEXT},
-    {7, "WriteMode", "WriteMode", PARAM_TEXT},
-    {8, "ReadMode", "ReadMode", PARAM_TEXT},
-    {9, "CacheMode", "CacheMode", PARAM_TEXT},
-    {10, "AccessMode", "AccessMode", PARAM_TEXT},
-    {11, "DefaultWriteMode", "DefaultWriteMode", PARAM_TEXT},
-    {12, "DefaultReadMode", "DefaultReadMode", PARAM_TEXT},
-    {13, "DefaultCacheMode", "DefaultCacheMode", PARAM_TEXT},
-    {14, "DefaultAccessMode", "DefaultAccessMode", PARAM_TEXT},
-    {15, "DiskCacheMode", "DiskCacheMode", PARAM_TEXT},
-    {16, "Emulate512E", "Emulate512E", PARAM_TEXT},
-    {17, "Status", "Status", PARAM_TEXT},
-    {18, "Activity", "Activity", PARAM_TEXT},
-    {19, "OSDevice", nullptr, PARAM_TEXT},
-    {20, "DisplayName", "DisplayName", PARAM_TEXT},
-    {21, "Init Progress", "InitProgress", PARAM_TEXT},
-    {22, "Rebuild Progress", "RebuildProgress", PARAM_TEXT},
-    {23, "Check Progress", "CheckProgress", PARAM_TEXT},
+    {LD_NUMBER, "LogDriveNumber", "LogDriveNumber", PARAM_INTEGER},
+    {LD_LOGICAL_SIZE, "LogicalSize", "LogicalSize", PARAM_INTEGER},
+    {LD_PHYSICAL_SIZE, "PhysicalSize", "PhysicalSize", PARAM_INTEGER},
+    {LD_RAID_LEVEL, "RAIDLevel", "RAIDLevel", PARAM_TEXT},
+    {LD_STRIPE_SIZE, "Stripesize", "Stripesize", PARAM_TEXT},
+    {LD_NAME, "Name", "Name", PARAM_TEXT},
+    {LD_INIT_STATE, "InitState", "InitState", PARAM_TEXT},
+    {LD_WRITE_MODE, "WriteMode", "WriteMode", PARAM_TEXT},
+    {LD_READ_MODE, "ReadMode", "ReadMode", PARAM_TEXT},
+    {LD_CACHE_MODE, "CacheMode", "CacheMode", PARAM_TEXT},
+    {LD_ACCESS_MODE, "AccessMode", "AccessMode", PARAM_TEXT},
+    {LD_DEFAULT_WRITE_MODE, "DefaultWriteMode", "DefaultWriteMode", PARAM_TEXT},
+    {LD_DEFAULT_READ_MODE, "DefaultReadMode", "DefaultReadMode", PARAM_TEXT},
+    {LD_DEFAULT_CACHE_MODE, "DefaultCacheMode", "DefaultCacheMode", PARAM_TEXT},
+    {LD_DEFAULT_ACCESS_MODE, "DefaultAccessMode", "DefaultAccessMode", PARAM_TEXT},
+    {LD_DISK_CACHE_MODE, "DiskCacheMode", "DiskCacheMode", PARAM_TEXT},
+    {LD_EMULATE_512E, "Emulate512E", "Emulate512E", PARAM_TEXT},
+    {LD_STATUS, "Status", "Status", PARAM_TEXT},
+    {LD_ACTIVITY, "Activity", "Activity", PARAM_TEXT},
+    {LD_OS_DEVICE, "OSDevice", nullptr, PARAM_TEXT},
+    {LD_DISPLAY_NAME, "DisplayName", "DisplayName", PARAM_TEXT},
+    {LD_INIT_PROGRESS, "Init Progress", "InitProgress", PARAM_TEXT},
+    {LD_REBUILD_PROGRESS, "Rebuild Progress", "RebuildProgress", PARAM_TEXT},
+    {LD_CHECK_PROGRESS, "Check Progress", "CheckProgress", PARAM_TEXT},
     PARAM_TABLE_END,
 };
-static_assert(std::size(ldParams_Table) == 25);
+static_assert(hasRowForEach(ldParams_Table, LD_PARAM_COUNT));
 
 // Children of "PhysicalDrive".
 constexpr ParamTableEntry pdParams_Table[] = {
-    {0, "PortNumber", "PortNumber", PARAM_INTEGER},
-    {1, "Name", "Name", PARAM_TEXT},
-    {2, "Vendor", "Vendor", PARAM_TEXT},
-    {3, "Product", "Product", PARAM_TEXT},
-    {4, "Type", "Type", PARAM_TEXT},
-    {5, "FirmwareVersion", "FirmwareVersion", PARAM_TEXT},
-    {6, "SerialNumber", "SerialNumber", PARAM_TEXT},
-    {7, "TransferSpeed", "TransferSpeed", PARAM_INTEGER},
-    {8, "TransferWidth", "TransferWidth", PARAM_INTEGER},
-    {9, "RPM", "RPM", PARAM_TEXT},
-    {10, "DeviceNumber", "DeviceNumber", PARAM_INTEGER},
-    {11, "Slot", "Slot", PARAM_INTEGER},
-    {12, "EnclosureNumber", "EnclosureNumber", PARAM_INTEGER},
-    {13, "SASAddress00", "SASAddress00", PARAM_TEXT},
-    {14, "PhysicalSize", "PhysicalSize", PARAM_INTEGER},
-    {15, "ConfigurableSize", "ConfigurableSize", PARAM_INTEGER},
-    {16, "Status", "Status", PARAM_TEXT},
-    {17, "Activity", "Activity", PARAM_TEXT},
-    {18, "ForeignConfig", "ForeignConfig", PARAM_TEXT},
-    {19, "MediaErrorCount", "MediaErrorCount", PARAM_INTEGER},
-    {20, "MiscErrors", "MiscErrors", PARAM_INTEGER},
-    {21, "PFACount", "PFACount", PARAM_INTEGER},
-    {22, "MediaType", "MediaType", PARAM_TEXT},
-    {23, "SMART Status", "SMARTStatus", PARAM_TEXT},
-    {24, "PowerStatus", "PowerStatus", PARAM_TEXT},
-    {25, "Temperature", "Temperature", PARAM_INTEGER},
-    {26, "Bad blocks", nullptr, PARAM_INTEGER},
+    {PD_PORT_NUMBER, "PortNumber", "PortNumber", PARAM_INTEGER},
+    {PD_NAME, "Name", "Name", PARAM_TEXT},
+    {PD_VENDOR, "Vendor", "Vendor", PARAM_TEXT},
+    {PD_PRODUCT, "Product", "Product", PARAM_TEXT},
+    {PD_TYPE, "Type", "Type", PARAM_TEXT},
+    {PD_FIRMWARE_VERSION, "FirmwareVersion", "FirmwareVersion", PARAM_TEXT},
+    {PD_SERIAL_NUMBER, "SerialNumber", "SerialNumber", PARAM_TEXT},
+    {PD_TRANSFER_SPEED, "TransferSpeed", "TransferSpeed", PARAM_INTEGER},
+    {PD_TRANSFER_WIDTH, "TransferWidth", "TransferWidth", PARAM_INTEGER},
+    {PD_RPM, "RPM", "RPM", PARAM_TEXT},
+    {PD_DEVICE_NUMBER, "DeviceNumber", "DeviceNumber", PARAM_INTEGER},
+    {PD_SLOT, "Slot", "Slot", PARAM_INTEGER},
+    {PD_ENCLOSURE_NUMBER, "EnclosureNumber", "EnclosureNumber", PARAM_INTEGER},
+    {PD_SAS_ADDRESS, "SASAddress00", "SASAddress00", PARAM_TEXT},
+    {PD_PHYSICAL_SIZE, "PhysicalSize", "PhysicalSize", PARAM_INTEGER},
+    {PD_CONFIGURABLE_SIZE, "ConfigurableSize", "ConfigurableSize", PARAM_INTEGER},
+    {PD_STATUS, "Status", "Status", PARAM_TEXT},
+    {PD_ACTIVITY, "Activity", "Activity", PARAM_TEXT},
+    {PD_FOREIGN_CONFIG, "ForeignConfig", "ForeignConfig", PARAM_TEXT},
+    {PD_MEDIA_ERROR_COUNT, "MediaErrorCount", "MediaErrorCount", PARAM_INTEGER},
+    {PD_MISC_ERRORS, "MiscErrors", "MiscErrors", PARAM_INTEGER},
+    {PD_PFA_COUNT, "PFACount", "PFACount", PARAM_INTEGER},
+    {PD_MEDIA_TYPE, "MediaType", "MediaType", PARAM_TEXT},
+    {PD_SMART_STATUS, "SMART Status", "SMARTStatus", PARAM_TEXT},
+    {PD_POWER_STATUS, "PowerStatus", "PowerStatus", PARAM_TEXT},
+    {PD_TEMPERATURE, "Temperature", "Temperature", PARAM_INTEGER},
+    {PD_BAD_BLOCKS, "Bad blocks", nullptr, PARAM_INTEGER},
     PARAM_TABLE_END,
 };
-static_assert(std::size(pdParams_Table) == 28);
+static_assert(hasRowForEach(pdParams_Table, PD_PARAM_COUNT));
 
-// Children of "Enclosure"; 4, the logical identifier, has no row.
+// Children of "Enclosure". The logical identifier has no row.
 constexpr ParamTableEntry enclParams_Table[] = {
-    {0, "EnclosureNumber", "EnclosureNumber", PARAM_INTEGER},
-    {1, "Vendor", "Vendor", PARAM_TEXT},
-    {2, "Product", "Product", PARAM_TEXT},
-    {3, "Hardware Version", "HardwareVersion", PARAM_TEXT},
-    {5, "Name", "Name", PARAM_TEXT},
-    {6, "Status", "Status", PARAM_TEXT},
-    {7, "Enclosure Support", nullptr, PARAM_INTEGER},
+    {ENCL_NUMBER, "EnclosureNumber", "EnclosureNumber", PARAM_INTEGER},
+    {ENCL_VENDOR, "Vendor", "Vendor", PARAM_TEXT},
+    {ENCL_PRODUCT, "Product", "Product", PARAM_TEXT},
+    {ENCL_HARDWARE_VERSION, "Hardware Version", "HardwareVersion", PARAM_TEXT},
+    {ENCL_NAME, "Name", "Name", PARAM_TEXT},
+    {ENCL_STATUS, "Status", "Status", PARAM_TEXT},
+    {ENCL_SUPPORT, "Enclosure Support", nullptr, PARAM_INTEGER},
     PARAM_TABLE_END,
 };
-static_assert(std::size(enclParams_Table) == 8);
+static_assert(hasRowForEach(enclParams_Table, ENCL_PARAM_COUNT, ENCL_LOGICAL_ID));
 
 // Children of "Processor".
 constexpr ParamTableEntry enclProcParams_Table[] = {
-    {0, "Port Number", "PortNumber", PARAM_INTEGER},
-    {1, "Device Number", "DeviceNumber", PARAM_INTEGER},
-    {2, "EnclosureNumber", "EnclosureNumber", PARAM_INTEGER},
-    {3, "Name", "Name", PARAM_TEXT},
-    {4, "Type", "Type", PARAM_TEXT},
-    {5, "Vendor", "Vendor", PARAM_TEXT},
-    {6, "Product", "Product", PARAM_TEXT},
-    {7, "Serial Number", "SerialNumber", PARAM_TEXT},
-    {8, "Hardware Version", "HardwareVersion", PARAM_TEXT},
-    {9, "Firmware Version", "FirmwareVersion", PARAM_TEXT},
-    {10, "Status", "Status", PARAM_TEXT},
+    {PROC_PORT_NUMBER, "Port Number", "PortNumber", PARAM_INTEGER},
+    {PROC_DEVICE_NUMBER, "Device Number", "DeviceNumber", PARAM_INTEGER},
+    {PROC_ENCLOSURE_NUMBER, "EnclosureNumber", "EnclosureNumber", PARAM_INTEGER},
+    {PROC_NAME, "Name", "Name", PARAM_TEXT},
+    {PROC_TYPE, "Type", "Type", PARAM_TEXT},
+    {PROC_VENDOR, "Vendor", "Vendor", PARAM_TEXT},
+    {PROC_PRODUCT, "Product", "Product", PARAM_TEXT},
+    {PROC_SERIAL_NUMBER, "Serial Number", "SerialNumber", PARAM_TEXT},
+    {PROC_HARDWARE_VERSION, "Hardware Version", "HardwareVersion", PARAM_TEXT},
+    {PROC_FIRMWARE_VERSION, "Firmware Version", "FirmwareVersion", PARAM_TEXT},
+    {PROC_STATUS, "Status", "Status", PARAM_TEXT},
     PARAM_TABLE_END,
 };
-static_assert(std::size(enclProcParams_Table) == 12);
+static_assert(hasRowForEach(enclProcParams_Table, PROC_PARAM_COUNT));
 
 // Children of "Fan".
 constexpr ParamTableEntry enclFanParams_Table[] = {
-    {0, "Name", "Name", PARAM_TEXT},
-    {1, "Location", "Location", PARAM_TEXT},
-    {2, "Fan Speed", "FanSpeed", PARAM_TEXT},
-    {3, "Status", "Status", PARAM_TEXT},
+    {FAN_NAME, "Name", "Name", PARAM_TEXT},
+    {FAN_LOCATION, "Location", "Location", PARAM_TEXT},
+    {FAN_SPEED, "Fan Speed", "FanSpeed", PARAM_TEXT},
+    {FAN_STATUS, "Status", "Status", PARAM_TEXT},
     PARAM_TABLE_END,
 };
-static_assert(std::size(enclFanParams_Table) == 5);
+static_assert(hasRowForEach(enclFanParams_Table, FAN_PARAM_COUNT));
 
 // Children of "PowerSupply".
 constexpr ParamTableEntry enclPsParams_Table[] = {
-    {0, "Serial Number", "SerialNumber", PARAM_TEXT},
-    {1, "Hardware Version", "HardwareVersion", PARAM_TEXT},
-    {2, "Status", "Status", PARAM_TEXT},
-    {3, "Name", "Name", PARAM_TEXT},
+    {PS_SERIAL_NUMBER, "Serial Number", "SerialNumber", PARAM_TEXT},
+    {PS_HARDWARE_VERSION, "Hardware Version", "HardwareVersion", PARAM_TEXT},
+    {PS_STATUS, "Status", "Status", PARAM_TEXT},
+    {PS_NAME, "Name", "Name", PARAM_TEXT},
     PARAM_TABLE_END,
 };
-static_assert(std::size(enclPsParams_Table) == 5);
+static_assert(hasRowForEach(enclPsParams_Table, PS_PARAM_COUNT));
 
 // Children of "TemperatureSensor". The two pairs of limits bear the same names.
 constexpr ParamTableEntry enclTempSensorParams_Table[] = {
-    {0, "Name", "Name", PARAM_TEXT},
-    {1, "Location", "Location", PARAM_TEXT},
-    {2, "Critical Temperature Low", "CriticalTemperatureL", PARAM_INTEGER},
-    {3, "Warning Temperature High", "WarningTemperatureH", PARAM_INTEGER},
-    {4, "Critical Temperature Low", "CriticalTemperatureL", PARAM_INTEGER},
-    {5, "Warning Temperature High", "WarningTemperatureH", PARAM_INTEGER},
-    {6, "Status", "Status", PARAM_TEXT},
-    {7, "Temperature", "Temperature", PARAM_INTEGER},
+    {SENSOR_NAME, "Name", "Name", PARAM_TEXT},
+    {SENSOR_LOCATION, "Location", "Location", PARAM_TEXT},
+    {SENSOR_CRITICAL_LOW, "Critical Temperature Low", "CriticalTemperatureL", PARAM_INTEGER},
+    {SENSOR_WARNING_HIGH, "Warning Temperature High", "WarningTemperatureH", PARAM_INTEGER},
+    {SENSOR_CRITICAL_LOW_2, "Critical Temperature Low", "CriticalTemperatureL", PARAM_INTEGER},
+    {SENSOR_WARNING_HIGH_2, "Warning Temperature High", "WarningTemperatureH", PARAM_INTEGER},
+    {SENSOR_STATUS, "Status", "Status", PARAM_TEXT},
+    {SENSOR_TEMPERATURE, "Temperature", "Temperature", PARAM_INTEGER},
     PARAM_TABLE_END,
 };
-static_assert(std::size(enclTempSensorParams_Table) == 9);
+static_assert(hasRowForEach(enclTempSensorParams_Table, SENSOR_PARAM_COUNT));
 
 // Children of "Multiplexer".
 constexpr ParamTableEntry mxParams_Table[] = {
-    {0, "Status", "Status", PARAM_TEXT},
-    {1, "Overall Status", "StatusOverall", PARAM_TEXT},
-    {2, "Status of Adapters", "StatusAdapters", PARAM_TEXT},
-    {3, "Status of Logical Drives", "StatusLogicalDrives", PARAM_TEXT},
-    {4, "Status of Disks", "StatusDisks", PARAM_TEXT},
+    {MX_STATUS, "Status", "Status", PARAM_TEXT},
+    {MX_STATUS_OVERALL, "Overall Status", "StatusOverall", PARAM_TEXT},
+    {MX_STATUS_ADAPTERS, "Status of Adapters", "StatusAdapters", PARAM_TEXT},
+    {MX_STATUS_LOGICAL_DRIVES, "Status of Logical Drives", "StatusLogicalDrives", PARAM_TEXT},
+    {MX_STATUS_DISKS, "Status of Disks", "StatusDisks", PARAM_TEXT},
     PARAM_TABLE_END,
 };
-static_assert(std::size(mxParams_Table) == 6);
+static_assert(hasRowForEach(mxParams_Table, MX_PARAM_COUNT));
 // clang-format on

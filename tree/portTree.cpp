@@ -4,31 +4,30 @@
 #include "daemon/base/trace.h"
 #include "tree/enclosureTree.h"
 #include "tree/tableWalk.h"
-#include "values/enclosure.h"
-#include "values/physicalDrive.h"
-#include "values/textValue.h"
 
 #include <algorithm>
 
 namespace {
 
-constexpr TableWalk DRIVE_WALK = {pdParams_Table,
-                                  [](int paramID, const TreeObject& object, char* text, int size, int32_t* value) {
-                                      return oobMR_getPDInfo(paramID, object.ctrlIndex, object.index, text, size,
-                                                             value);
-                                  },
-                                  false,
-                                  false,
-                                  {}};
+constexpr TableWalk DRIVE_WALK = {
+    .table = pdParams_Table,
+    .getValue =
+        [](int paramID, const TreeObject& object, char* text, int size, int32_t* value) {
+            return oobMR_getPDInfo(paramID, object.ctrlIndex, object.index, text, size, value);
+        },
+    .writesNegative = false,
+    .endsOnFailedAppend = false,
+};
 
-constexpr TableWalk ENCLOSURE_WALK = {enclParams_Table,
-                                      [](int paramID, const TreeObject& object, char* text, int size, int32_t* value) {
-                                          return oobMR_getEnclInfo(paramID, object.ctrlIndex, object.index, text, size,
-                                                                   value);
-                                      },
-                                      true,
-                                      false,
-                                      {}};
+constexpr TableWalk ENCLOSURE_WALK = {
+    .table = enclParams_Table,
+    .getValue =
+        [](int paramID, const TreeObject& object, char* text, int size, int32_t* value) {
+            return oobMR_getEnclInfo(paramID, object.ctrlIndex, object.index, text, size, value);
+        },
+    .writesNegative = true,
+    .endsOnFailedAppend = false,
+};
 
 uint8_t getScsiDeviceType(const MR_PD_INFO& info) {
     return info.scsiDevType & SCSI_DEVICE_TYPE_MASK;
@@ -74,8 +73,8 @@ bool isEnclosureShown(int ctrlIndex, int enclIndex, const MR_PD_INFO& info) {
     }
     char text[VALUE_TEXT_SIZE];
     int32_t support = 0;
-    oobMR_getEnclInfo(ENCL_PARAM_SUPPORT, ctrlIndex, enclIndex, text, sizeof text, &support);
-    if (support == ENCL_MODEL_UNKNOWN)
+    (void)oobMR_getEnclInfo(ENCL_SUPPORT, ctrlIndex, enclIndex, text, sizeof text, &support);
+    if (support == SL_ENCL_MODEL_UNKNOWN)
         trace("\taddEnclosureInfo2XML(): ENCLOSURE_TYPE_UNKNOWN!- Anyway, do not skip it ...");
     return true;
 }
@@ -97,9 +96,7 @@ void addDrive(XMLNode* parent, int ctrlIndex, const MR_PD_ADDRESS& entry, int pd
         trace("\taddPDInfo2XML(): ERROR- XML createElement('PhysicalDrive') failed!\n");
         return;
     }
-    char number[16];
-    TextComposer(number, sizeof number).add(entry.deviceId);
-    setAttribute(drive, "Nr", number);
+    setNumberAttribute(drive, entry.deviceId);
     appendChild(parent, drive);
     appendTable(drive, DRIVE_WALK, {.ctrlIndex = ctrlIndex, .index = pdIndex});
 }

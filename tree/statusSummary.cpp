@@ -1,25 +1,11 @@
 #include "tree/statusSummary.h"
 
 #include "platform/storelib.h"
-#include "values/textValue.h"
 
 #include <cstring>
 #include <span>
 
 namespace {
-
-constexpr uint8_t LD_STATE_OFFLINE = 0;
-constexpr uint8_t LD_STATE_PARTIALLY_DEGRADED = 1;
-constexpr uint8_t LD_STATE_DEGRADED = 2;
-constexpr uint8_t LD_STATE_OPTIMAL = 3;
-
-constexpr uint16_t PD_STATE_UNCONFIGURED_GOOD = 0x00;
-constexpr uint16_t PD_STATE_UNCONFIGURED_BAD = 0x01;
-constexpr uint16_t PD_STATE_HOT_SPARE = 0x02;
-constexpr uint16_t PD_STATE_FAILED = 0x11;
-constexpr uint16_t PD_STATE_REBUILD = 0x14;
-constexpr uint16_t PD_STATE_ONLINE = 0x18;
-constexpr uint16_t PD_STATE_COPYBACK = 0x20;
 
 // What an element's status text means for its kind and for the whole.
 struct Verdict {
@@ -64,39 +50,36 @@ void judgeAll(XMLNode* within, const ElementKind& kind, const char*& ofKind, con
 
 } // namespace
 
-void computeSummaryStatus(XMLNode* root, StatusSummary& summary) {
+StatusSummary computeSummaryStatus(XMLNode* root) {
     constexpr Verdict adapterVerdicts[] = {
         {"Error", "Failed", "Failed"}, {"Degraded", "Warning", "Warning"}, {"OK", "OK", nullptr}};
     const Verdict ldVerdicts[] = {
-        {raid_GetLogicalDriveState(LD_STATE_OFFLINE), "Failed", "Failed"},
-        {raid_GetLogicalDriveState(LD_STATE_DEGRADED), "Warning", "Warning"},
-        {raid_GetLogicalDriveState(LD_STATE_PARTIALLY_DEGRADED), "Warning", "Warning"},
-        {raid_GetLogicalDriveState(LD_STATE_OPTIMAL), "OK", nullptr},
+        {raid_GetLogicalDriveState(MR_LD_STATE_OFFLINE), "Failed", "Failed"},
+        {raid_GetLogicalDriveState(MR_LD_STATE_DEGRADED), "Warning", "Warning"},
+        {raid_GetLogicalDriveState(MR_LD_STATE_PARTIALLY_DEGRADED), "Warning", "Warning"},
+        {raid_GetLogicalDriveState(MR_LD_STATE_OPTIMAL), "OK", nullptr},
     };
     // A failed drive alone does not make the whole fail: its logical drive tells whether it does.
     const Verdict pdVerdicts[] = {
-        {raid_GetHddFirmwareState(PD_STATE_UNCONFIGURED_BAD), "Failed", nullptr},
-        {raid_GetHddFirmwareState(PD_STATE_FAILED), "Failed", nullptr},
-        {raid_GetHddFirmwareState(PD_STATE_REBUILD), "Warning", "Warning"},
-        {raid_GetHddFirmwareState(PD_STATE_COPYBACK), "Warning", "Warning"},
-        {raid_GetHddFirmwareState(PD_STATE_ONLINE), "OK", nullptr},
-        {raid_GetHddFirmwareState(PD_STATE_HOT_SPARE), "OK", nullptr},
-        {raid_GetHddFirmwareState(PD_STATE_UNCONFIGURED_GOOD), "OK", nullptr},
+        {raid_GetHddFirmwareState(MR_PD_STATE_UNCONFIGURED_BAD), "Failed", nullptr},
+        {raid_GetHddFirmwareState(MR_PD_STATE_FAILED), "Failed", nullptr},
+        {raid_GetHddFirmwareState(MR_PD_STATE_REBUILD), "Warning", "Warning"},
+        {raid_GetHddFirmwareState(MR_PD_STATE_COPYBACK), "Warning", "Warning"},
+        {raid_GetHddFirmwareState(MR_PD_STATE_ONLINE), "OK", nullptr},
+        {raid_GetHddFirmwareState(MR_PD_STATE_HOT_SPARE), "OK", nullptr},
+        {raid_GetHddFirmwareState(MR_PD_STATE_UNCONFIGURED_GOOD), "OK", nullptr},
     };
     const ElementKind adapterKind = {"Adapter", adapterVerdicts, strcasecmp};
     const ElementKind ldKind = {"LogicalDrive", ldVerdicts, strcmp};
     const ElementKind pdKind = {"PhysicalDrive", pdVerdicts, strcmp};
 
-    const char* overall = "OK";
-    const char* adapters = "Unknown";
-    const char* logicalDrives = "Unknown";
-    const char* disks = "Unknown";
+    StatusSummary summary = {{"Operational", "OK", "Unknown", "Unknown", "Unknown"}};
+    const char*& overall = summary.text[MX_STATUS_OVERALL];
     for (XMLNode* adapter = findXmlNode(root, adapterKind.name); adapter != nullptr;
          adapter = findNextXmlNode(root, adapter, adapterKind.name)) {
-        judge(adapter, adapterKind, adapters, overall);
-        judgeAll(adapter, ldKind, logicalDrives, overall);
-        judgeAll(adapter, pdKind, disks, overall);
+        judge(adapter, adapterKind, summary.text[MX_STATUS_ADAPTERS], overall);
+        judgeAll(adapter, ldKind, summary.text[MX_STATUS_LOGICAL_DRIVES], overall);
+        judgeAll(adapter, pdKind, summary.text[MX_STATUS_DISKS], overall);
     }
-    const char* texts[] = {"Operational", overall, adapters, logicalDrives, disks};
-    for (size_t i = 0; i < std::size(texts); ++i) copyText(summary.text[i], VALUE_TEXT_SIZE, texts[i]);
+    return summary;
 }

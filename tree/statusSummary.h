@@ -1,13 +1,21 @@
 #pragma once
 
 #include "platform/xmlParser.h"
-#include "values/valueFunction.h"
 
-// The texts of the multiplexer, by paramID of its table.
+enum MxParam : int {
+    MX_STATUS,
+    MX_STATUS_OVERALL,
+    MX_STATUS_ADAPTERS,
+    MX_STATUS_LOGICAL_DRIVES,
+    MX_STATUS_DISKS,
+    MX_PARAM_COUNT
+};
+
+// The texts of the multiplexer by paramID, constants all.
 struct StatusSummary {
-    char text[5][VALUE_TEXT_SIZE];
+    const char* text[MX_PARAM_COUNT];
 };
 
 // Derives the summary from the Status texts of the adapters below `root`, their logical and physical drives.
 // The last element that matches decides each text.
-void computeSummaryStatus(XMLNode* root, StatusSummary& summary);
+[[nodiscard]] StatusSummary computeSummaryStatus(XMLNode* root);

@@ -3,6 +3,13 @@
 #include "daemon/base/pause.h"
 #include "values/valueFunction.h"
 
+void setNumberAttribute(XMLNode* element, int number) {
+    char text[16];
+    TextBuffer buffer{text, sizeof text};
+    put(buffer, number);
+    setAttribute(element, "Nr", text);
+}
+
 void appendTable(XMLNode* element, const TableWalk& walk, const TreeObject& object) {
     int result = 0;
     for (const ParamTableEntry* row = walk.table; row->paramID != PARAM_TABLE_END.paramID; ++row) {

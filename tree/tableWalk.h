@@ -6,11 +6,12 @@
 
 // What a value function is asked about: the indexes that locate the object, and what the tree has read for it.
 struct TreeObject {
-    int ctrlIndex;
-    int index = 0;                 // of the logical drive, drive or enclosure
-    int element = 0;               // of the fan, power supply or sensor within its kind
-    int modelCode = 0;             // of the enclosure
-    const uint8_t* page = nullptr; // its diagnostic page; NULL: not read
+    int ctrlIndex = 0;
+    int index = 0;                          // of the logical drive, drive or enclosure
+    int element = 0;                        // of the fan, power supply or sensor within its kind
+    int modelCode = 0;                      // of the enclosure
+    const uint8_t* page = nullptr;          // its diagnostic page; NULL: not read
+    const StatusSummary* summary = nullptr; // of the whole tree
 };
 
 using GetValue = int (*)(int paramID, const TreeObject& object, char* text, int size, int32_t* value);
@@ -29,8 +30,11 @@ struct TableWalk {
     GetValue getValue;
     bool writesNegative;     // else a negative integer means that the value is not available
     bool endsOnFailedAppend; // else the next row is tried
-    WalkTrace trace;
+    WalkTrace trace = {};
 };
+
+// Sets the attribute "Nr".
+void setNumberAttribute(XMLNode* element, int number);
 
 // Appends one child for each row that has an XML name and a value.
 void appendTable(XMLNode* element, const TableWalk& walk, const TreeObject& object);

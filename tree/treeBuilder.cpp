@@ -4,13 +4,8 @@
 #include "daemon/base/logs.h"
 #include "daemon/base/trace.h"
 #include "platform/lcm.h"
-#include "tree/batteryValues.h"
-#include "tree/controllerValues.h"
 #include "tree/portTree.h"
-#include "tree/statusSummary.h"
 #include "tree/tableWalk.h"
-#include "values/logicalDrive.h"
-#include "values/textValue.h"
 
 #include <algorithm>
 
@@ -66,6 +61,18 @@ constexpr TableWalk LOGICAL_DRIVE_WALK = {
     },
 };
 
+constexpr TableWalk MULTIPLEXER_WALK = {
+    .table = mxParams_Table,
+    .getValue =
+        [](int paramID, const TreeObject& object, char* text, int size, int32_t*) {
+            TextBuffer buffer{text, size};
+            put(buffer, object.summary->text[paramID]);
+            return VALUE_OK;
+        },
+    .writesNegative = false,
+    .endsOnFailedAppend = true,
+};
+
 void addCtrlInfo2XML(XMLNode* adapter, int ctrlIndex) {
     appendTable(adapter, CONTROLLER_WALK, {.ctrlIndex = ctrlIndex});
 }
@@ -78,16 +85,10 @@ void addLDInfo2XML(XMLNode* logicalDrive, int ctrlIndex, int ldIndex) {
     appendTable(logicalDrive, LOGICAL_DRIVE_WALK, {.ctrlIndex = ctrlIndex, .index = ldIndex});
 }
 
-void setNumber(XMLNode* element, int number) {
-    char text[16];
-    TextComposer(text, sizeof text).add(number);
-    setAttribute(element, "Nr", text);
-}
-
 int getCount(int ctrlIndex, int paramID) {
     char text[VALUE_TEXT_SIZE];
     int32_t count = 0;
-    oobMR_getCtrlInfo(paramID, ctrlIndex, text, sizeof text, &count);
+    (void)oobMR_getCtrlInfo(paramID, ctrlIndex, text, sizeof text, &count); // 0 without the controller
     return count;
 }
 
@@ -97,12 +98,12 @@ void addSystemName(XMLNode* system) {
 }
 
 void addLogicalDrives(XMLNode* adapter, int ctrlIndex, const MRCtrlInst& controller) {
-    const int count = getCount(ctrlIndex, CTRL_PARAM_LD_COUNT);
+    const int count = getCount(ctrlIndex, CTRL_LD_COUNT);
     trace("getRSTfromCache(): number of log. disks=%d\n", count);
     if (controller.mrCfgData == nullptr) return;
     for (int j = 0; j < std::min(count, int{LD_CONFIG_CAPACITY}); ++j) {
         XMLNode* logicalDrive = createElement("LogicalDrive");
-        setNumber(logicalDrive, getLdConfig(*controller.mrCfgData, uint32_t(j)).properties.ldRef.targetId);
+        setNumberAttribute(logicalDrive, getLdConfig(*controller.mrCfgData, uint32_t(j)).properties.ldRef.targetId);
         appendChild(adapter, logicalDrive);
         addLDInfo2XML(logicalDrive, ctrlIndex, j);
     }
@@ -118,23 +119,19 @@ void addBattery(XMLNode* adapter, int ctrlIndex, const MRCtrlInst& controller) {
 
 void addAdapter(XMLNode* system, int ctrlIndex, const MRCtrlInst& controller) {
     XMLNode* adapter = createElement("Adapter");
-    setNumber(adapter, raid_GetControllerNumber(controller.ctrlId));
+    setNumberAttribute(adapter, raid_GetControllerNumber(controller.ctrlId));
     appendChild(system, adapter);
     addCtrlInfo2XML(adapter, ctrlIndex);
     addLogicalDrives(adapter, ctrlIndex, controller);
     addBattery(adapter, ctrlIndex, controller);
-    const int devices = getCount(ctrlIndex, CTRL_PARAM_PD_COUNT);
+    const int devices = getCount(ctrlIndex, CTRL_PD_COUNT);
     trace("getRSTfromCache(): number of phys. Devices=%d\n", devices);
     if (devices > 0) addPortInfo2XML(adapter, ctrlIndex);
 }
 
 void addMultiplexerInfo2XML(XMLNode* system, XMLNode* multiplexer) {
-    StatusSummary summary;
-    computeSummaryStatus(system, summary);
-    for (const ParamTableEntry* row = mxParams_Table; row->paramID != PARAM_TABLE_END.paramID; ++row) {
-        if (row->xmlParamName == nullptr || row->paramID >= int(std::size(summary.text))) continue;
-        if (appendTextChild(multiplexer, row->xmlParamName, summary.text[row->paramID]) != XP_SUCCESS) break;
-    }
+    const StatusSummary summary = computeSummaryStatus(system);
+    appendTable(multiplexer, MULTIPLEXER_WALK, {.summary = &summary});
 }
 
 XMLDoc* failDocument(XMLDoc* document) {

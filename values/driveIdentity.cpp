@@ -2,6 +2,7 @@
 
 #include "daemon/base/trace.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace {
@@ -16,16 +17,16 @@ constexpr size_t ATA_MODEL_WIDTH = 40;
 constexpr size_t ATA_SIGNATURE_OFFSET = 510;
 constexpr uint8_t ATA_SIGNATURE = 0xA5; // the data carry their checksum
 
+using VendorText = FieldText<sizeof(MR_PD_INFO::vendor)>;
+
 // Makers of drives behind a SATA translation, by a piece of the product's name. The last one found counts.
 struct VendorKey {
     const char* key;
-    const char* vendor;
+    VendorText vendor;
 };
 constexpr VendorKey vendorKeys[] = {
-    {"zbr", "Zebrant"}, {"hit", "Hitachi"}, {"ht", "Hitachi"}, {"wd", "WD"}, {"st", "Seagate"},
+    {"zbr", {"Zebrant"}}, {"hit", {"Hitachi"}}, {"ht", {"Hitachi"}}, {"wd", {"WD"}}, {"st", {"Seagate"}},
 };
-
-using VendorText = FieldText<sizeof(MR_PD_INFO::vendor)>;
 
 uint8_t getSignature(const SataIdentifyData& sata) {
     return sata.bytes[ATA_SIGNATURE_OFFSET];
@@ -67,62 +68,61 @@ bool isIntel(const SataIdentifyData& sata) {
 }
 
 // The maker behind a SATA translation: the first of two words, unless a key in the model's name tells better.
-void findMaker(const MR_PD_INFO& info, VendorText& vendor) {
+VendorText findMaker(const MR_PD_INFO& info, VendorText vendor) {
     const auto product = trimField(info.product);
     const auto lowered = lowerCase(product);
     const char* model = lowered.text;
     if (const char* remainder = getSecondWord(product.text)) {
-        copyText(vendor.text, sizeof vendor.text, product.text, strcspn(product.text, " "));
+        vendor = {};
+        memcpy(vendor.text, product.text, std::min(strcspn(product.text, " "), sizeof vendor.text - 1));
         model += remainder - product.text;
     }
     for (const VendorKey& entry : vendorKeys)
-        if (strstr(model, entry.key) != nullptr) copyText(vendor.text, sizeof vendor.text, entry.vendor);
+        if (strstr(model, entry.key) != nullptr) vendor = entry.vendor;
+    return vendor;
+}
+
+VendorText findVendor(const MR_PD_INFO& info, const SataIdentifyData* sata) {
+    const VendorText vendor = trimField(info.vendor);
+    if (sata != nullptr && isIntel(*sata)) return {"Intel"};
+    return sata != nullptr && isTranslated(vendor.text) ? findMaker(info, vendor) : vendor;
 }
 
 } // namespace
 
-void setDriveVendor(const MR_PD_INFO& info, const SataIdentifyData* sata, char* sval, int svalLen) {
-    VendorText vendor = trimField(info.vendor);
-    if (sata != nullptr && isIntel(*sata))
-        copyText(vendor.text, sizeof vendor.text, "Intel");
-    else if (sata != nullptr && isTranslated(vendor.text))
-        findMaker(info, vendor);
+void putDriveVendor(const MR_PD_INFO& info, const SataIdentifyData* sata, TextBuffer& buffer) {
+    const VendorText vendor = findVendor(info, sata);
     trace("oobMR_getPDInfo(PDVENDOR): Vendor='%s'\n", vendor.text);
-    copyText(sval, svalLen, vendor.text);
+    put(buffer, vendor);
 }
 
-void setDriveProduct(const MR_PD_INFO& info, char* sval, int svalLen) {
+void putDriveProduct(const MR_PD_INFO& info, TextBuffer& buffer) {
     const auto product = trimField(info.product);
     const char* remainder = isTranslated(trimField(info.vendor).text) ? getSecondWord(product.text) : nullptr;
-    copyText(sval, svalLen, remainder != nullptr ? remainder : product.text);
+    put(buffer, remainder != nullptr ? remainder : product.text);
 }
 
-void setDriveFirmware(const MR_PD_INFO& info, const SataIdentifyData* sata, char* sval, int svalLen) {
+void putDriveFirmware(const MR_PD_INFO& info, const SataIdentifyData* sata, TextBuffer& buffer) {
     trace("oobMR_getPDInfo(PDFWVERSION): oobMRCache->mrCtrlInst[ctrlIdx]->mrPdSataInfo[instIdx]= 0x%x\n",
           traceAddress(sata));
     const auto revision = trimField(info.revision);
     trace("oobMR_getPDInfo(PDFWVERSION):1:product_rev='%s'\n", revision.text);
-    copyText(sval, svalLen, revision.text);
-    if (sata == nullptr) return;
-    trace("oobMR_getPDInfo(PDFWVERSION): signature=0x%x\n", getSignature(*sata));
-    if (getSignature(*sata) != ATA_SIGNATURE) return;
+    if (sata != nullptr) trace("oobMR_getPDInfo(PDFWVERSION): signature=0x%x\n", getSignature(*sata));
+    if (sata == nullptr || getSignature(*sata) != ATA_SIGNATURE) return put(buffer, revision);
     auto firmware = getAtaText<ATA_FIRMWARE_WIDTH>(*sata, ATA_FIRMWARE_OFFSET);
     firmware.text[strcspn(firmware.text, " ")] = '\0';
     trace("oobMR_getPDInfo(PDFWVERSION):SATA:product_rev='%s'\n", firmware.text);
-    copyText(sval, svalLen, firmware.text);
+    put(buffer, firmware);
 }
 
-void setDriveSerialNumber(const MR_PD_INFO& info, const SataIdentifyData* sata, char* sval, int svalLen) {
+void putDriveSerialNumber(const MR_PD_INFO& info, const SataIdentifyData* sata, TextBuffer& buffer) {
     const auto inquirySerial = trimField(info.vendorSpecific);
     trace("oobMR_getPDInfo(PDSERIALNUMBER):vendor_specific='%s'\n", inquirySerial.text);
-    copyText(sval, svalLen, inquirySerial.text);
-    if (sata != nullptr) {
-        trace("oobMR_getPDInfo(PDSERIALNUMBER): signature=0x%x\n", getSignature(*sata));
-        if (getSignature(*sata) == ATA_SIGNATURE) {
-            const auto serial = getAtaText<ATA_SERIAL_WIDTH>(*sata, ATA_SERIAL_OFFSET);
-            const char* start = serial.text + strspn(serial.text, " ");
-            if (*start != '\0') copyText(sval, svalLen, start);
-        }
+    if (sata != nullptr) trace("oobMR_getPDInfo(PDSERIALNUMBER): signature=0x%x\n", getSignature(*sata));
+    if (sata != nullptr && getSignature(*sata) == ATA_SIGNATURE) {
+        const auto serial = getAtaText<ATA_SERIAL_WIDTH>(*sata, ATA_SERIAL_OFFSET);
+        put(buffer, serial.text + strspn(serial.text, " "));
     }
-    trace("oobMR_getPDInfo(PDSERIALNUMBER):vendor_specific='%s', sval='%s'\n", inquirySerial.text, sval);
+    if (buffer.length == 0) put(buffer, inquirySerial); // also where the drive's own is blank
+    trace("oobMR_getPDInfo(PDSERIALNUMBER):vendor_specific='%s', sval='%s'\n", inquirySerial.text, buffer.text);
 }

@@ -6,8 +6,8 @@
 #include "cache/oobCache.h"
 #include "values/textValue.h"
 
-// sata is NULL where it was not read.
-void setDriveVendor(const MR_PD_INFO& info, const SataIdentifyData* sata, char* sval, int svalLen);
-void setDriveProduct(const MR_PD_INFO& info, char* sval, int svalLen);
-void setDriveFirmware(const MR_PD_INFO& info, const SataIdentifyData* sata, char* sval, int svalLen);
-void setDriveSerialNumber(const MR_PD_INFO& info, const SataIdentifyData* sata, char* sval, int svalLen);
+// Put nothing else into the buffer. sata is NULL where it was not read.
+void putDriveVendor(const MR_PD_INFO& info, const SataIdentifyData* sata, TextBuffer& buffer);
+void putDriveProduct(const MR_PD_INFO& info, TextBuffer& buffer);
+void putDriveFirmware(const MR_PD_INFO& info, const SataIdentifyData* sata, TextBuffer& buffer);
+void putDriveSerialNumber(const MR_PD_INFO& info, const SataIdentifyData* sata, TextBuffer& buffer);

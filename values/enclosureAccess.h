@@ -3,7 +3,8 @@
 // An enclosure as the value functions see it, and what several of them say of it.
 
 #include "cache/oobCache.h"
-#include "values/textValue.h"
+
+#include <optional>
 
 struct Enclosure {
     const MRCtrlInst* controller;
@@ -12,20 +13,25 @@ struct Enclosure {
     uint16_t deviceId;              // names the enclosure to the library
 };
 
+// A fan or temperature sensor by its number within its kind.
+struct EnclosureElement : Enclosure {
+    uint32_t index;
+};
+
 // A model is known by its name within the INQUIRY product.
 struct EnclosureModel {
     const char* name; // empty: none that is known
-    int code;         // ENCL_MODEL_*
+    int code;         // SL_ENCL_MODEL_*
 };
 
-// false: the controller, the enclosure or its device record is not in the cache.
-bool findEnclosure(int ctrlIdx, int enclIdx, Enclosure& enclosure);
+// Nothing: the controller, the enclosure or its device record is not in the cache.
+[[nodiscard]] std::optional<Enclosure> findEnclosure(int ctrlIdx, int enclIdx);
 
-// false also without its status block, or when the block holds fewer elements of the kind.
-bool findElement(int ctrlIdx, int enclIdx, EnclosureElement kind, int index, Enclosure& enclosure);
+// Nothing also without its status block, or when the block holds fewer elements of the kind.
+[[nodiscard]] std::optional<EnclosureElement> findElement(int ctrlIdx, int enclIdx, ElementKind kind, int index);
 
 EnclosureModel getModel(const MR_PD_INFO& info);
-int32_t getEnclosureNumber(const Enclosure& enclosure);
+int32_t getEnclosureNumber(const Enclosure& enclosure); // as the library numbers it
 
 // "OK", "Degraded", "Error" or "Unknown"; what a missing block means is the library's to say.
 const char* getEnclosureStatusText(const SL_ENCL_STATUS_T* status);

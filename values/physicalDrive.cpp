@@ -5,43 +5,10 @@
 #include "values/driveIdentity.h"
 
 #include <cstdio>
-#include <optional>
+#include <iterator>
 
 namespace {
 
-enum PdParam {
-    PD_PORT_NUMBER,
-    PD_NAME,
-    PD_VENDOR,
-    PD_PRODUCT,
-    PD_TYPE,
-    PD_FIRMWARE_VERSION,
-    PD_SERIAL_NUMBER,
-    PD_TRANSFER_SPEED,
-    PD_TRANSFER_WIDTH,
-    PD_RPM,
-    PD_DEVICE_NUMBER,
-    PD_SLOT,
-    PD_ENCLOSURE_NUMBER,
-    PD_SAS_ADDRESS,
-    PD_PHYSICAL_SIZE,
-    PD_CONFIGURABLE_SIZE,
-    PD_STATUS,
-    PD_ACTIVITY,
-    PD_FOREIGN_CONFIG,
-    PD_MEDIA_ERROR_COUNT,
-    PD_MISC_ERRORS,
-    PD_PFA_COUNT,
-    PD_MEDIA_TYPE,
-    PD_SMART_STATUS,
-    PD_POWER_STATUS,
-    PD_TEMPERATURE,
-};
-
-constexpr uint8_t MEDIA_ROTATING = 0;
-constexpr uint8_t MEDIA_SOLID_STATE = 1;
-constexpr uint8_t POWER_STATE_SPUN_DOWN = 1;
-constexpr int TEMPERATURE_NOT_REPORTED = 255;
 constexpr int TEMPERATURE_IMPLAUSIBLE = 4; // and all below
 constexpr int32_t TEMPERATURE_UNUSABLE = -99;
 constexpr uint32_t SAS_ADDRESS_CAPACITY = sizeof(MR_PD_INFO::sasAddr) / sizeof(uint64_t);
@@ -54,13 +21,12 @@ struct Drive {
     int instIdx;
 };
 
-bool findDrive(int ctrlIdx, int instIdx, Drive& drive) {
+std::optional<Drive> findDrive(int ctrlIdx, int instIdx) {
     const MRCtrlInst* controller = getController(ctrlIdx);
-    if (controller == nullptr || controller->mrPdInfo == nullptr) return false;
-    if (instIdx < 0 || instIdx >= controller->numPd || controller->mrPdInfo[instIdx] == nullptr) return false;
+    if (controller == nullptr || controller->mrPdInfo == nullptr) return std::nullopt;
+    if (instIdx < 0 || instIdx >= controller->numPd || controller->mrPdInfo[instIdx] == nullptr) return std::nullopt;
     const SataIdentifyData* sata = controller->mrPdSataInfo == nullptr ? nullptr : controller->mrPdSataInfo[instIdx];
-    drive = {controller, controller->mrPdInfo[instIdx], sata, ctrlIdx, instIdx};
-    return true;
+    return Drive{controller, controller->mrPdInfo[instIdx], sata, ctrlIdx, instIdx};
 }
 
 // What the library is asked by: the device of the first list entry in the drive's slot, whatever its enclosure;
@@ -76,7 +42,7 @@ std::optional<uint16_t> getDeviceInSlot(const Drive& drive) {
 
 int32_t getTransferSpeed(uint8_t deviceSpeed) {
     constexpr int32_t speeds[] = {0, 150, 300, 600, 1200}; // MB/s
-    return deviceSpeed < sizeof speeds / sizeof *speeds ? speeds[deviceSpeed] : deviceSpeed;
+    return deviceSpeed < std::size(speeds) ? speeds[deviceSpeed] : deviceSpeed;
 }
 
 // 0 also when the drive cannot be asked.
@@ -93,16 +59,16 @@ uint32_t readRotationalSpeed(const Drive& drive) {
     return status == 0 ? speed : 0;
 }
 
-void setRpm(const Drive& drive, char* sval, int svalLen) {
-    if (drive.info->mediaType != MEDIA_ROTATING || drive.info->powerState == POWER_STATE_SPUN_DOWN) return;
+void putRpm(const Drive& drive, Answer& answer) {
+    if (drive.info->mediaType != MR_PD_MEDIA_ROTATING || drive.info->powerState == MR_PD_POWER_SPUN_DOWN) return;
     const uint32_t speed = readRotationalSpeed(drive);
     if (speed == 0) return;
     if (speed % 100 == 50) { // midway: the number in binary lies above or below, the format knows
-        snprintf(sval, size_t(svalLen), "%.1f", speed / 1000.0);
+        snprintf(answer.text, size_t(answer.size), "%.1f", speed / 1000.0);
         return;
     }
     const auto tenths = int32_t((uint64_t{speed} + 50) / 100);
-    TextComposer(sval, svalLen).add(tenths / 10).add(".").add(tenths % 10);
+    put(answer, tenths / 10, ".", tenths % 10);
 }
 
 int32_t getDeviceNumber(const Drive& drive) {
@@ -139,133 +105,114 @@ int32_t getEnclosureNumber(const Drive& drive) {
     return number;
 }
 
-void setName(const Drive& drive, char* sval, int svalLen) {
+void putName(const Drive& drive, Answer& answer) {
     const auto product = trimField(drive.info->product);
     auto vendor = trimField(drive.info->vendor);
     int32_t enclosure = 0;
     if (getDeviceInterface(*drive.info) == MR_PD_INTF_SATA)
-        oobMR_getPDInfo(PD_VENDOR, drive.ctrlIdx, drive.instIdx, vendor.text, sizeof vendor.text, &enclosure);
+        (void)oobMR_getPDInfo(PD_VENDOR, drive.ctrlIdx, drive.instIdx, vendor.text, sizeof vendor.text, &enclosure);
     trace("oobMR_getPDInfo(): Vendor='%s', enclDeviceId = 0x%x\n", vendor.text, drive.info->enclDeviceId);
-    oobMR_getPDInfo(PD_ENCLOSURE_NUMBER, drive.ctrlIdx, drive.instIdx, sval, svalLen, &enclosure);
-    TextComposer name(sval, svalLen); // "vendor product (enclosure:slot)"
-    name.add(vendor.text).add(" ").add(product.text).add(" (");
-    if (enclosure >= 0) name.add(enclosure).add(":");
-    name.add(drive.info->slotNumber).add(")");
+    (void)oobMR_getPDInfo(PD_ENCLOSURE_NUMBER, drive.ctrlIdx, drive.instIdx, answer.text, answer.size, &enclosure);
+    put(answer, vendor, " ", product, " (");
+    if (enclosure >= 0) put(answer, enclosure, ":");
+    put(answer, drive.info->slotNumber, ")");
 }
 
-void setSasAddress(const MR_PD_INFO& info, char* sval, int svalLen) {
-    const uint32_t count = boundCount(info.pathCount, SAS_ADDRESS_CAPACITY);
-    for (uint32_t i = 0; i < count; ++i) {
-        const uint64_t address = info.sasAddr[i];
-        if (address == 0) continue;
-        TextComposer(sval, svalLen).add("0x").addHex(address);
-        return;
-    }
+void putSasAddress(const Drive& drive, Answer& answer) {
+    const uint32_t count = boundCount(drive.info->pathCount, SAS_ADDRESS_CAPACITY);
+    for (uint32_t i = 0; i < count; ++i)
+        if (const uint64_t address = drive.info->sasAddr[i]; address != 0) return put(answer, "0x", HexNumber{address});
 }
 
-const char* getStatusText(const MR_PD_INFO& info) {
+void putStatus(const Drive& drive, Answer& answer) {
     trace("oobMR_getPDInfo(PDSTATUS):oobMRCache->mrCtrlInst[ctrlIdx]->mrPdInfo[instIdx]->fwState= 0x%x\n",
-          info.fwState);
-    return raid_GetHddFirmwareState(info.fwState);
+          drive.info->fwState);
+    put(answer, raid_GetHddFirmwareState(drive.info->fwState));
 }
 
-const char* getActivityText(uint8_t operations) {
+void putActivity(const Drive& drive, Answer& answer) {
     struct Operation {
         uint8_t bit;
         const char* text;
     };
     // The last one that runs is shown: a copyback beats a secure erase.
     constexpr Operation order[] = {
-        {0x01, "Rebuild in progress"},      {0x02, "Patrol Read in progress"}, {0x04, "Erase in progress"},
-        {0x10, "Secure erase in progress"}, {0x08, "Copyback in progress"},
+        {MR_PD_OPERATION_REBUILD, "Rebuild in progress"},   {MR_PD_OPERATION_PATROL_READ, "Patrol Read in progress"},
+        {MR_PD_OPERATION_ERASE, "Erase in progress"},       {MR_PD_OPERATION_SECURE_ERASE, "Secure erase in progress"},
+        {MR_PD_OPERATION_COPYBACK, "Copyback in progress"},
     };
     const char* text = "Idle";
     for (const Operation& operation : order)
-        if ((operations & operation.bit) != 0) text = operation.text;
-    return text;
+        if ((drive.info->activeOperations & operation.bit) != 0) text = operation.text;
+    put(answer, text);
 }
 
-const char* getSmartStatusText(const Drive& drive) {
+void putSmartStatus(const Drive& drive, Answer& answer) {
     trace("oobMR_getPDInfo():PDSMARTSTATUS: fwState = 0x%x\n", drive.info->fwState);
     trace("oobMR_getPDInfo():PDSMARTSTATUS: predFailCount = 0x%x\n", drive.info->predFailCount);
-    return getPdSmartStatusText(drive.controller->mrMfcDefaults, drive.info);
+    put(answer, getPdSmartStatusText(drive.controller->mrMfcDefaults, drive.info));
 }
 
-int formTemperature(const Drive& drive, int32_t* ival) {
+void formTemperature(const Drive& drive, Answer& answer) {
     const uint8_t cached = drive.info->temperature;
     int32_t value = cached;
     trace("oobMR_getPDInfo(PDTEMPERATURE): ival= %d\n", value);
-    if (value == 0 || value == TEMPERATURE_NOT_REPORTED)
+    if (value == 0 || value == MR_PD_TEMPERATURE_NOT_REPORTED)
         if (const std::optional<uint16_t> device = getDeviceInSlot(drive))
             value = raid_PhysicalGetDriveTemperature(drive.controller->ctrlId, *device);
     trace("oobMR_getPDInfo():temperature before= ival=%d, pdType=%d, "
           "oobMRCache->mrCtrlInst[ctrlIdx]->mrPdInfo[instIdx]->temperature= %d\n",
           value, getDeviceInterface(*drive.info), cached);
-    const bool isUsable = value != TEMPERATURE_NOT_REPORTED && value > TEMPERATURE_IMPLAUSIBLE;
-    *ival = isUsable ? value : TEMPERATURE_UNUSABLE;
-    return isUsable ? VALUE_OK : VALUE_BAD_BUFFER;
+    const bool isUsable = value != MR_PD_TEMPERATURE_NOT_REPORTED && value > TEMPERATURE_IMPLAUSIBLE;
+    answer.number = isUsable ? value : TEMPERATURE_UNUSABLE;
+    answer.status = isUsable ? VALUE_OK : VALUE_BAD_BUFFER;
 }
 
-int32_t getNumber(int paramID, const Drive& drive) {
-    const MR_PD_INFO& info = *drive.info;
-    switch (paramID) {
-    case PD_PORT_NUMBER: return raid_PhysicalDeviceGetPortNumber(drive.info, drive.controller->mrInfo);
-    case PD_TRANSFER_SPEED: return getTransferSpeed(info.deviceSpeed);
-    case PD_TRANSFER_WIDTH: return 1;
-    case PD_DEVICE_NUMBER: return getDeviceNumber(drive);
-    case PD_SLOT: return getSlot(drive);
-    case PD_ENCLOSURE_NUMBER: return getEnclosureNumber(drive);
-    case PD_PHYSICAL_SIZE: return int32_t(info.rawSize >> 11);
-    case PD_CONFIGURABLE_SIZE: return int32_t((info.coercedSize * 512) >> 20);
-    case PD_MEDIA_ERROR_COUNT: return int32_t(info.mediaErrCount);
-    case PD_MISC_ERRORS: return int32_t(info.otherErrCount);
-    case PD_PFA_COUNT: return int32_t(info.predFailCount);
-    default: return 0;
-    }
-}
+using D = const Drive&;
+using A = Answer&;
 
-// Texts that are copied as they are; NULL: the value is none.
-const char* getFixedText(int paramID, const Drive& drive) {
-    const MR_PD_INFO& info = *drive.info;
-    switch (paramID) {
-    case PD_TYPE: return raid_GetDeviceInterfaceType(getDeviceInterface(info));
-    case PD_STATUS: return getStatusText(info);
-    case PD_ACTIVITY: return getActivityText(info.activeOperations);
-    case PD_FOREIGN_CONFIG: return (info.ddfState & MR_PD_DDF_FOREIGN) != 0 ? "true" : "false";
-    case PD_MEDIA_TYPE: return info.mediaType == MEDIA_SOLID_STATE ? "SSD" : "HDD";
-    case PD_SMART_STATUS: return getSmartStatusText(drive);
-    case PD_POWER_STATUS: return raid_GetHddPowerState(info.powerState);
-    default: return nullptr;
-    }
-}
+// clang-format off
+constexpr ValueRow<Drive> ROWS[] = {
+    {PD_PORT_NUMBER, [](D d, A a) { a.number = raid_PhysicalDeviceGetPortNumber(d.info, d.controller->mrInfo); }},
+    {PD_NAME, putName},
+    {PD_VENDOR, [](D d, A a) { putDriveVendor(*d.info, d.sata, a); }},
+    {PD_PRODUCT, [](D d, A a) { putDriveProduct(*d.info, a); }},
+    {PD_TYPE, [](D d, A a) { put(a, raid_GetDeviceInterfaceType(getDeviceInterface(*d.info))); }},
+    {PD_FIRMWARE_VERSION, [](D d, A a) { putDriveFirmware(*d.info, d.sata, a); }},
+    {PD_SERIAL_NUMBER, [](D d, A a) { putDriveSerialNumber(*d.info, d.sata, a); }},
+    {PD_TRANSFER_SPEED, [](D d, A a) { a.number = getTransferSpeed(d.info->deviceSpeed); }},
+    {PD_TRANSFER_WIDTH, [](D, A a) { a.number = 1; }},
+    {PD_RPM, putRpm},
+    {PD_DEVICE_NUMBER, [](D d, A a) { a.number = getDeviceNumber(d); }},
+    {PD_SLOT, [](D d, A a) { a.number = getSlot(d); }},
+    {PD_ENCLOSURE_NUMBER, [](D d, A a) { a.number = getEnclosureNumber(d); }},
+    {PD_SAS_ADDRESS, putSasAddress},
+    {PD_PHYSICAL_SIZE, [](D d, A a) { a.number = int32_t(d.info->rawSize >> 11); }},
+    {PD_CONFIGURABLE_SIZE, [](D d, A a) { a.number = int32_t((d.info->coercedSize * 512) >> 20); }},
+    {PD_STATUS, putStatus},
+    {PD_ACTIVITY, putActivity},
+    {PD_FOREIGN_CONFIG, [](D d, A a) { put(a, (d.info->ddfState & MR_PD_DDF_FOREIGN) != 0 ? "true" : "false"); }},
+    {PD_MEDIA_ERROR_COUNT, [](D d, A a) { a.number = int32_t(d.info->mediaErrCount); }},
+    {PD_MISC_ERRORS, [](D d, A a) { a.number = int32_t(d.info->otherErrCount); }},
+    {PD_PFA_COUNT, [](D d, A a) { a.number = int32_t(d.info->predFailCount); }},
+    {PD_MEDIA_TYPE, [](D d, A a) { put(a, d.info->mediaType == MR_PD_MEDIA_SOLID_STATE ? "SSD" : "HDD"); }},
+    {PD_SMART_STATUS, putSmartStatus},
+    {PD_POWER_STATUS, [](D d, A a) { put(a, raid_GetHddPowerState(d.info->powerState)); }},
+    {PD_TEMPERATURE, formTemperature},
+    {PD_BAD_BLOCKS, nullptr},
+};
+// clang-format on
+static_assert(isComplete(ROWS, PD_PARAM_COUNT));
 
-void formText(int paramID, const Drive& drive, char* sval, int svalLen) {
-    switch (paramID) {
-    case PD_NAME: return setName(drive, sval, svalLen);
-    case PD_VENDOR: return setDriveVendor(*drive.info, drive.sata, sval, svalLen);
-    case PD_PRODUCT: return setDriveProduct(*drive.info, sval, svalLen);
-    case PD_FIRMWARE_VERSION: return setDriveFirmware(*drive.info, drive.sata, sval, svalLen);
-    case PD_SERIAL_NUMBER: return setDriveSerialNumber(*drive.info, drive.sata, sval, svalLen);
-    case PD_RPM: return setRpm(drive, sval, svalLen);
-    case PD_SAS_ADDRESS: return setSasAddress(*drive.info, sval, svalLen);
-    default: return copyText(sval, svalLen, getFixedText(paramID, drive));
-    }
-}
+constexpr ValueKind<Drive> DRIVE = {
+    .rows = ROWS,
+    .count = PD_PARAM_COUNT,
+    .traceWithoutObject = "oobMR_getPDInfo(): END\n",
+    .begin = [](int paramID, const Drive&) { trace("oobMR_getPDInfo():START paramID=%d\n", paramID); },
+};
 
 } // namespace
 
 int oobMR_getPDInfo(int paramID, int ctrlIdx, int instIdx, char* sval, int svalLen, int32_t* ival) {
-    *ival = 0;
-    if (sval == nullptr || svalLen <= 0) return VALUE_BAD_BUFFER;
-    Drive drive{};
-    if (!findDrive(ctrlIdx, instIdx, drive)) {
-        trace("oobMR_getPDInfo(): END\n");
-        return VALUE_NO_OBJECT;
-    }
-    clearText(sval, svalLen);
-    if (isTracing()) trace("oobMR_getPDInfo():START paramID=%d\n", paramID);
-    if (paramID == PD_TEMPERATURE) return formTemperature(drive, ival);
-    *ival = getNumber(paramID, drive);
-    formText(paramID, drive, sval, svalLen);
-    return VALUE_OK;
+    return answerValue(DRIVE, paramID, findDrive(ctrlIdx, instIdx), sval, svalLen, ival);
 }

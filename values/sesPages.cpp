@@ -10,22 +10,27 @@ constexpr uint32_t DESCRIPTOR_HEADER = 4; // two reserved bytes, the text's leng
 
 } // namespace
 
+bool readDiagnosticPage(const Enclosure& enclosure, uint8_t pageCode, uint8_t* page) {
+    const uint32_t ctrlId = enclosure.controller->ctrlId;
+    memset(page, 0, SES_PAGE_SIZE);
+    return raid_IsDiagnosticPageValid(ctrlId, enclosure.deviceId, pageCode) != 0 &&
+           raid_ReceiveDiagnosticResults(ctrlId, enclosure.deviceId, pageCode, page, SES_PAGE_SIZE) == 0;
+}
+
 SesFruPage getFruPage(const uint8_t* page) {
     SesFruPage records;
     memcpy(&records, page, sizeof records);
     return records;
 }
 
-SesDescriptor findDescriptor(const uint8_t* page, const SL_ENCL_STATUS_T* status, uint32_t typesBefore,
-                             uint32_t index) {
+SesDescriptor findDescriptor(const uint8_t* page, const SL_ENCL_STATUS_T* status, ElementKind kind, uint32_t index) {
     if (status == nullptr) return {};
-    // The types in their order, and as many descriptors of the wanted one as stand before its element.
-    uint32_t counts[] = {status->slotCount,   status->psuCount,   status->fanCount,
-                         status->sensorCount, status->alarmCount, 0};
-    counts[typesBefore] = index;
+    // The kinds in their order, and as many descriptors of the wanted one as stand before its element.
+    ElementCounts counts = getStatedCounts(*status);
+    counts[size_t(kind)] = index;
     int offset = DESCRIPTOR_PAGE_HEADER;
-    for (uint32_t type = 0; type <= typesBefore && offset >= 0; ++type)
-        offset = raid_SkipKP23Descriptors(page, SES_PAGE_SIZE, offset, counts[type]);
+    for (size_t k = 0; k <= size_t(kind) && offset >= 0; ++k)
+        offset = raid_SkipKP23Descriptors(page, SES_PAGE_SIZE, offset, counts[k]);
     if (offset < 0 || uint32_t(offset) > SES_PAGE_SIZE - DESCRIPTOR_HEADER) return {};
     const uint8_t* descriptor = page + offset;
     const uint32_t length = uint32_t(descriptor[2]) << 8 | descriptor[3];
@@ -33,14 +38,11 @@ SesDescriptor findDescriptor(const uint8_t* page, const SL_ENCL_STATUS_T* status
     return {reinterpret_cast<const char*>(descriptor + DESCRIPTOR_HEADER), std::min(length, room)};
 }
 
-void copyMarkedText(const SesDescriptor& descriptor, const char* marker, char* sval, int svalLen) {
+void putMarkedText(const SesDescriptor& descriptor, const char* marker, TextBuffer& buffer) {
     if (descriptor.text == nullptr) return;
-    const size_t markerLength = strlen(marker);
-    const char* end = descriptor.text + strnlen(descriptor.text, descriptor.length);
-    const char* found =
-        static_cast<const char*>(memmem(descriptor.text, size_t(end - descriptor.text), marker, markerLength));
-    if (found == nullptr) return;
-    const char* value = found + markerLength;
-    const char* lineEnd = std::find_if(value, end, [](char c) { return c == '\r' || c == '\n'; });
-    copyText(sval, svalLen, value, size_t(lineEnd - value));
+    const std::string_view text(descriptor.text, strnlen(descriptor.text, descriptor.length));
+    const size_t found = text.find(marker);
+    if (found == std::string_view::npos) return;
+    const std::string_view value = text.substr(found + strlen(marker));
+    put(buffer, value.substr(0, value.find_first_of("\r\n")));
 }

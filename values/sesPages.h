@@ -1,11 +1,21 @@
 #pragma once
 
-// What the diagnostic pages of an enclosure say of its parts. A page is SES_PAGE_SIZE bytes.
+// The diagnostic pages of an enclosure: reading them, and what they say of its parts.
 
-#include "values/enclosure.h"
+#include "values/enclosureAccess.h"
 #include "values/textValue.h"
 
 #include <cstddef>
+
+constexpr uint8_t SES_PAGE_CONFIGURATION = 1;
+constexpr uint8_t SES_PAGE_ELEMENT_DESCRIPTORS = 7;
+constexpr uint8_t SES_PAGE_FIRMWARE = 130; // the maker's: firmware versions
+constexpr uint8_t SES_PAGE_FRU = 226;      // the maker's: records of the replaceable units
+constexpr uint32_t SES_PAGE_SIZE = 8192;
+
+// Reads one page into a buffer of SES_PAGE_SIZE bytes, zeroed before; false when the enclosure does not have it or
+// the read failed.
+[[nodiscard]] bool readDiagnosticPage(const Enclosure& enclosure, uint8_t pageCode, uint8_t* page);
 
 // Replaceable unit: a record of SES_PAGE_FRU.
 struct [[gnu::packed]] SesFruRecord {
@@ -44,13 +54,11 @@ struct SesDescriptor {
     size_t length;
 };
 
-// Element `index` of the type that follows `typesBefore` others, in the order of the status block, whose counts
-// tell how many descriptors each type has. status may be NULL: there is no text then.
-SesDescriptor findDescriptor(const uint8_t* page, const SL_ENCL_STATUS_T* status, uint32_t typesBefore, uint32_t index);
-constexpr uint32_t SES_TYPES_BEFORE_POWER_SUPPLIES = 1;
-constexpr uint32_t SES_TYPES_BEFORE_PROCESSOR = 5;
+// Element `index` of a kind; the counts of the status block tell how many descriptors each kind before it has. status
+// may be NULL: there is no text then.
+SesDescriptor findDescriptor(const uint8_t* page, const SL_ENCL_STATUS_T* status, ElementKind kind, uint32_t index);
 
-// What follows the marker ("SN: ", "REV: ") in a descriptor text, up to the end of its line; empty without it.
+// What follows the marker in a descriptor text, up to the end of its line; nothing without it.
 constexpr const char* SES_MARKER_SERIAL_NUMBER = "SN: ";
 constexpr const char* SES_MARKER_REVISION = "REV: ";
-void copyMarkedText(const SesDescriptor& descriptor, const char* marker, char* sval, int svalLen);
+void putMarkedText(const SesDescriptor& descriptor, const char* marker, TextBuffer& buffer);

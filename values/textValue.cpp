@@ -3,44 +3,27 @@
 #include <algorithm>
 #include <charconv>
 
-void clearText(char* target, int size) {
-    if (size > 0) memset(target, 0, size_t(size));
+void putPiece(TextBuffer& buffer, std::string_view piece) {
+    if (buffer.size <= 0) return;
+    const size_t copied = std::min(piece.size(), size_t(buffer.size - buffer.length) - 1);
+    if (copied > 0) memcpy(buffer.text + buffer.length, piece.data(), copied);
+    buffer.length += int(copied);
+    buffer.text[buffer.length] = '\0';
 }
 
-void copyText(char* target, int size, const char* text) {
-    copyText(target, size, text, SIZE_MAX);
+void putPiece(TextBuffer& buffer, const char* piece) {
+    putPiece(buffer, std::string_view(piece == nullptr ? "" : piece));
 }
 
-void copyText(char* target, int size, const char* text, size_t length) {
-    if (size <= 0) return;
-    const size_t copied = text == nullptr ? 0 : strnlen(text, std::min(length, size_t(size) - 1));
-    if (copied > 0) memcpy(target, text, copied);
-    target[copied] = '\0';
-}
-
-TextComposer& TextComposer::add(const char* text) {
-    if (text != nullptr) append(text, strlen(text));
-    return *this;
-}
-
-TextComposer& TextComposer::add(int32_t number) {
+void putPiece(TextBuffer& buffer, int32_t number) {
     char digits[11]; // "-2147483648"
-    append(digits, size_t(std::to_chars(digits, digits + sizeof digits, number).ptr - digits));
-    return *this;
+    const char* end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+    putPiece(buffer, std::string_view(digits, size_t(end - digits)));
 }
 
-TextComposer& TextComposer::addHex(uint64_t number) {
+void putPiece(TextBuffer& buffer, HexNumber number) {
     char digits[16];
-    for (char* digit = digits + sizeof digits; digit != digits; number >>= 4)
-        *--digit = "0123456789ABCDEF"[number & 15];
-    append(digits, sizeof digits);
-    return *this;
-}
-
-void TextComposer::append(const char* text, size_t length) {
-    const size_t copied = std::min(length, room_);
-    memcpy(end_, text, copied);
-    end_ += copied;
-    room_ -= copied;
-    *end_ = '\0';
+    for (char* digit = digits + sizeof digits; digit != digits; number.value >>= 4)
+        *--digit = "0123456789ABCDEF"[number.value & 15];
+    putPiece(buffer, std::string_view(digits, sizeof digits));
 }

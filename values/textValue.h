@@ -1,32 +1,17 @@
 #pragma once
 
-// Texts as the value functions form them. Buffers are written with a NUL and never beyond their size; a size of
-// 0 or less writes nothing.
+// Texts as the value functions form them: put together from pieces, far cheaper than a format does.
 
 #include "platform/storelib.h"
 
-#include <cstddef>
+#include <string_view>
 
-void clearText(char* target, int size);
-
-// The text up to its NUL, or its first `length` characters. NULL counts as an empty text.
-void copyText(char* target, int size, const char* text);
-void copyText(char* target, int size, const char* text, size_t length);
-
-// Puts a text together from pieces, far cheaper than a format does: most of a tree's texts are made this way. Cut
-// where the target ends. size > 0.
-class TextComposer {
-  public:
-    TextComposer(char* target, int size) : end_(target), room_(size_t(size) - 1) { *target = '\0'; }
-    TextComposer& add(const char* text); // NULL counts as an empty text
-    TextComposer& add(int32_t number);
-    TextComposer& addHex(uint64_t number); // sixteen digits
-
-  private:
-    void append(const char* text, size_t length);
-
-    char* end_; // where the NUL is
-    size_t room_;
+// A text that grows piece by piece in a buffer of fixed size. It ends with a NUL and is cut where the buffer ends; a
+// size of 0 or less takes nothing.
+struct TextBuffer {
+    char* text;
+    int size;
+    int length = 0;
 };
 
 // The text of a field of fixed width, which may lack its NUL.
@@ -35,11 +20,31 @@ struct FieldText {
     char text[width + 1];
 };
 
-// As it stands, and with the blanks cut at both ends.
+// A number with sixteen hexadecimal digits.
+struct HexNumber {
+    uint64_t value;
+};
+
+void putPiece(TextBuffer& buffer, std::string_view piece);
+void putPiece(TextBuffer& buffer, const char* piece); // NULL counts as an empty text
+void putPiece(TextBuffer& buffer, int32_t number);
+void putPiece(TextBuffer& buffer, HexNumber number);
+template <size_t width>
+void putPiece(TextBuffer& buffer, const FieldText<width>& field) {
+    putPiece(buffer, field.text);
+}
+
+// Appends the pieces in their order: texts, integers, fields, HexNumber.
+template <class... Pieces>
+void put(TextBuffer& buffer, const Pieces&... pieces) {
+    (putPiece(buffer, pieces), ...);
+}
+
+// A field as it stands, and with the blanks cut at both ends.
 template <size_t width>
 FieldText<width> endField(const char (&field)[width]) {
     FieldText<width> ended{};
-    copyText(ended.text, sizeof ended.text, field, width);
+    memcpy(ended.text, field, strnlen(field, width));
     return ended;
 }
 template <size_t width>
