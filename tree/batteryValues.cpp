@@ -1,6 +1,7 @@
 #include "tree/batteryValues.h"
 
 #include "cache/oobCache.h"
+#include "daemon/base/trace.h"
 #include "platform/appHelper.h"
 
 #include <ctime>
@@ -92,7 +93,7 @@ void putDesignName(B b, A a, char (MR_BBU_DESIGN_INFO::*name)[width]) {
     if (design == nullptr)
         a.status = VALUE_NO_OBJECT;
     else if (memchr(design->*name, '\0', width) != nullptr)
-        put(a, endField(design->*name));
+        put(a, viewField(design->*name));
 }
 
 void putManufactureDate(B b, A a) {
@@ -129,7 +130,7 @@ void putAutoLearnMode(B b, A a) {
 }
 
 // clang-format off
-constexpr ValueRow<MRCtrlInst> ROWS[] = {
+constexpr auto FORMS = tableOf<MRCtrlInst, BATTERY_PARAM_COUNT>({
     {BATTERY_NAME, putType},
     {BATTERY_VENDOR, [](B b, A a) { putDesignName(b, a, &MR_BBU_DESIGN_INFO::mfgName); }},
     {BATTERY_MANUFACTURE_DATE, putManufactureDate},
@@ -148,19 +149,17 @@ constexpr ValueRow<MRCtrlInst> ROWS[] = {
     {BATTERY_TEMPERATURE, [](B b, A a) { if (b.mrBBUStatus != nullptr) a.number = b.mrBBUStatus->temperature; }},
     {BATTERY_CAPACITANCE, [](B b, A a) { a.number = getCapacitance(b); }},
     {BATTERY_REMAINING_CAPACITY, [](B b, A a) { a.number = getRemainingCapacity(b); }},
-};
+});
 // clang-format on
-static_assert(isComplete(ROWS, BATTERY_PARAM_COUNT));
 
+// Without the controller it says the controller function's own words, as readers of traces know them.
 constexpr ValueKind<MRCtrlInst> BATTERY = {
-    .rows = ROWS,
-    .count = BATTERY_PARAM_COUNT,
-    .traceWithoutObject = "oobMR_getCtrlInfo(): END\n", // the controller function's words, as readers know them
-    .clearsWithoutObject = true,
+    .forms = FORMS,
+    .rules = {.traceWithoutObject = "oobMR_getCtrlInfo(): END\n", .clearsWithoutObject = true},
 };
 
 } // namespace
 
 int oobMR_getCtrlBatteryInfo(int paramID, int ctrlIndex, char* text, int size, int32_t* value) {
-    return answerValue(BATTERY, paramID, getController(ctrlIndex), text, size, value);
+    return answerValue<BATTERY>(paramID, getController(ctrlIndex), text, size, value);
 }

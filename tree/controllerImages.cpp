@@ -38,7 +38,7 @@ void putFirmwareVersion(const MR_CTRL_INFO& info, TextBuffer& buffer) {
     for (uint32_t i = 0; i < getComponentCount(info); ++i) {
         const MR_IMAGE_COMPONENT& component = info.imageComponent[i];
         trace("CTRLFWVERSION - Name[%d] ='%s'\n", int(i), endField(component.name).text);
-        if (hasName(component, FIRMWARE_NAME)) return put(buffer, endField(component.version));
+        if (hasName(component, FIRMWARE_NAME)) return put(buffer, viewField(component.version));
     }
 }
 
@@ -69,7 +69,7 @@ void cleanAndPutFirmwareBuildTime(MR_CTRL_INFO& info, TextBuffer& buffer) {
         if (component.buildDate[0] == '\0' || component.buildTime[0] == '\0') continue;
         cleanBuildTime(component);
         buffer.length = 0; // the last one counts
-        put(buffer, endField(component.buildDate), " ", endField(component.buildTime));
+        put(buffer, viewField(component.buildDate), " ", viewField(component.buildTime));
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "cache/driveRelations.h"
 #include "cache/oobCache.h"
+#include "daemon/base/trace.h"
 #include "platform/host.h"
 #include "tree/controllerImages.h"
 
@@ -179,13 +180,13 @@ void putDisabledByBit(C c, A a, uint32_t bit) {
 
 // From CTRL_ID on they are for the daemon's own use, CTRL_ALARM_CONTROL apart.
 // clang-format off
-constexpr ValueRow<Controller> ROWS[] = {
+constexpr auto FORMS = tableOf<Controller, CTRL_PARAM_COUNT>({
     {CTRL_TYPE, [](C c, A a) { put(a, (c.info.deviceInterface & SAS_INTERFACES) != 0 ? "SAS" : "SATA"); }},
     {CTRL_NUMBER, [](C c, A a) { a.number = c.index; }},
-    {CTRL_NAME, [](C c, A a) { put(a, endField(c.info.productName), "(", raid_GetControllerNumber(c.cache.ctrlId), ")"); }},
+    {CTRL_NAME, [](C c, A a) { put(a, viewField(c.info.productName), "(", raid_GetControllerNumber(c.cache.ctrlId), ")"); }},
     {CTRL_VENDOR, [](C c, A a) { put(a, raid_GetPCIVendorName(c.info.pciSubVendorId)); }},
-    {CTRL_PRODUCT, [](C c, A a) { put(a, endField(c.info.productName)); }},
-    {CTRL_SERIAL_NUMBER, [](C c, A a) { put(a, endField(c.info.serialNumber)); }},
+    {CTRL_PRODUCT, [](C c, A a) { put(a, viewField(c.info.productName)); }},
+    {CTRL_SERIAL_NUMBER, [](C c, A a) { put(a, viewField(c.info.serialNumber)); }},
     {CTRL_SAS_ADDRESS, putSasAddress},
     {CTRL_PORT_COUNT, [](C c, A a) { a.number = c.info.devicePortCount; }},
     {CTRL_MAX_CHANNEL_IN_USE, formMaxChannelInUse},
@@ -193,7 +194,7 @@ constexpr ValueRow<Controller> ROWS[] = {
     {CTRL_DRIVER_VERSION, putDriverVersion},
     {CTRL_UEFI_DRIVER_VERSION, [](C c, A a) { putUefiDriverVersion(c.info, a); }},
     {CTRL_PROTOCOL, putProtocol},
-    {CTRL_FW_PACKAGE_VERSION, [](C c, A a) { put(a, endField(c.info.packageVersion)); }},
+    {CTRL_FW_PACKAGE_VERSION, [](C c, A a) { put(a, viewField(c.info.packageVersion)); }},
     {CTRL_FIRMWARE_VERSION, [](C c, A a) { putFirmwareVersion(c.info, a); }},
     {CTRL_FIRMWARE_BUILD_TIME, [](C c, A a) { cleanAndPutFirmwareBuildTime(*getWritable(c).mrInfo, a); }},
     {CTRL_BIOS_VERSION, [](C c, A a) { putBiosVersion(c.info, a); }},
@@ -248,15 +249,12 @@ constexpr ValueRow<Controller> ROWS[] = {
     {CTRL_ALARM_CONTROL, putAlarmControl},
     {CTRL_DEVICE_ID, [](C c, A a) { a.number = c.info.pciDeviceId; }},
     {CTRL_SUBDEVICE_ID, [](C c, A a) { a.number = c.info.pciSubDeviceId; }},
-};
+});
 // clang-format on
-static_assert(isComplete(ROWS, CTRL_PARAM_COUNT));
 
 constexpr ValueKind<Controller> CONTROLLER = {
-    .rows = ROWS,
-    .count = CTRL_PARAM_COUNT,
-    .traceWithoutObject = "oobMR_getCtrlInfo(): END\n",
-    .clearsWithoutObject = true,
+    .forms = FORMS,
+    .rules = {.traceWithoutObject = "oobMR_getCtrlInfo(): END\n", .clearsWithoutObject = true},
 };
 
 } // namespace
@@ -265,5 +263,5 @@ int oobMR_getCtrlInfo(int paramID, int ctrlIndex, char* text, int size, int32_t*
     const MRCtrlInst* cache = getController(ctrlIndex);
     std::optional<Controller> controller;
     if (cache != nullptr) controller.emplace(Controller{*cache, *cache->mrInfo, ctrlIndex});
-    return answerValue(CONTROLLER, paramID, controller, text, size, value);
+    return answerValue<CONTROLLER>(paramID, controller, text, size, value);
 }

@@ -12,7 +12,7 @@ void putProduct(const Enclosure& enclosure, Answer& answer) {
     if (answer.number != SL_ENCL_MODEL_UNKNOWN)
         put(answer, raid_GetEnclosureTypeString(answer.number));
     else
-        put(answer, trimField(enclosure.info->product));
+        put(answer, trimmed(enclosure.info->product));
 }
 
 void putLogicalId(const Enclosure& enclosure, Answer& answer) {
@@ -24,7 +24,7 @@ void putLogicalId(const Enclosure& enclosure, Answer& answer) {
 }
 
 void putName(const Enclosure& enclosure, Answer& answer) {
-    put(answer, trimField(enclosure.info->vendor), " ");
+    put(answer, trimmed(enclosure.info->vendor), " ");
     put(answer, raid_GetEnclosureTypeString(getModel(*enclosure.info).code));
     put(answer, " (", getEnclosureNumber(enclosure), ")");
 }
@@ -39,26 +39,24 @@ void putStatus(const Enclosure& enclosure, Answer& answer) {
 using E = const Enclosure&;
 using A = Answer&;
 
-constexpr ValueRow<Enclosure> ROWS[] = {
+constexpr auto FORMS = tableOf<Enclosure, ENCL_PARAM_COUNT>({
     {ENCL_NUMBER, [](E e, A a) { a.number = getEnclosureNumber(e); }},
-    {ENCL_VENDOR, [](E e, A a) { put(a, trimField(e.info->vendor)); }},
+    {ENCL_VENDOR, [](E e, A a) { put(a, trimmed(e.info->vendor)); }},
     {ENCL_PRODUCT, putProduct},
-    {ENCL_HARDWARE_VERSION, [](E e, A a) { put(a, trimField(e.info->revision)); }},
+    {ENCL_HARDWARE_VERSION, [](E e, A a) { put(a, trimmed(e.info->revision)); }},
     {ENCL_LOGICAL_ID, putLogicalId},
     {ENCL_NAME, putName},
     {ENCL_STATUS, putStatus},
     {ENCL_SUPPORT, [](E e, A a) { a.number = getModel(*e.info).code; }},
-};
-static_assert(isComplete(ROWS, ENCL_PARAM_COUNT));
+});
 
 constexpr ValueKind<Enclosure> ENCLOSURE = {
-    .rows = ROWS,
-    .count = ENCL_PARAM_COUNT,
-    .traceWithoutObject = "oobMR_getEnclInfo(): END\n",
+    .forms = FORMS,
+    .rules = {.traceWithoutObject = "oobMR_getEnclInfo(): END\n"},
 };
 
 } // namespace
 
 int oobMR_getEnclInfo(int paramID, int ctrlIdx, int enclIdx, char* sval, int svalLen, int32_t* ival) {
-    return answerValue(ENCLOSURE, paramID, findEnclosure(ctrlIdx, enclIdx), sval, svalLen, ival);
+    return answerValue<ENCLOSURE>(paramID, findEnclosure(ctrlIdx, enclIdx), sval, svalLen, ival);
 }

@@ -1,6 +1,7 @@
 #include "values/enclosureElements.h"
 
 #include "daemon/base/accounting.h"
+#include "daemon/base/trace.h"
 #include "values/enclosureAccess.h"
 #include "values/sesPages.h"
 
@@ -14,19 +15,17 @@ using E = const EnclosureElement&;
 // Fans.
 
 // clang-format off
-constexpr ValueRow<EnclosureElement> FAN_ROWS[] = {
+constexpr auto FAN_FORMS = tableOf<EnclosureElement, FAN_PARAM_COUNT>({
     {FAN_NAME, [](E e, A a) { raid_GetEnclosureFanName(getModel(*e.info).code, e.status, e.index, a.text, a.size); }},
     {FAN_LOCATION, [](E e, A a) { put(a, raid_GetEnclosureFanLocation(getModel(*e.info).code, e.status, e.index)); }},
     {FAN_SPEED, [](E e, A a) { put(a, raid_GetEnclosureFanSpeedString(e.status, e.index)); }},
     {FAN_STATUS, [](E e, A a) { put(a, raid_GetEnclosureFanStatusString(e.status, e.index)); }},
-};
+});
 // clang-format on
-static_assert(isComplete(FAN_ROWS, FAN_PARAM_COUNT));
 
 constexpr ValueKind<EnclosureElement> FAN = {
-    .rows = FAN_ROWS,
-    .count = FAN_PARAM_COUNT,
-    .traceWithoutObject = "oobMR_getEnclFanInfo(): END\n",
+    .forms = FAN_FORMS,
+    .rules = {.traceWithoutObject = "oobMR_getEnclFanInfo(): END\n"},
     .begin =
         [](int, const EnclosureElement& fan) {
             if (!isTracing()) return;
@@ -67,16 +66,15 @@ void putPageText(const PowerSupply& supply, char (SesFruRecord::*field)[width], 
 using P = const PowerSupply&;
 
 // clang-format off
-constexpr ValueRow<PowerSupply> PS_ROWS[] = {
+constexpr auto PS_FORMS = tableOf<PowerSupply, PS_PARAM_COUNT>({
     {PS_SERIAL_NUMBER, [](P p, A a) { putPageText(p, &SesFruRecord::serialNumber, SES_MARKER_SERIAL_NUMBER, a); }},
     {PS_HARDWARE_VERSION, [](P p, A a) { putPageText(p, &SesFruRecord::revision, SES_MARKER_REVISION, a); }},
     {PS_STATUS, [](P p, A a) { put(a, raid_GetEnclosurePowerSupplyStatusString(p.status, p.index)); }},
     {PS_NAME, [](P p, A a) { put(a, "PSU", int(p.index), " (", int(p.index), ")"); }},
-};
+});
 // clang-format on
-static_assert(isComplete(PS_ROWS, PS_PARAM_COUNT));
 
-constexpr ValueKind<PowerSupply> POWER_SUPPLY = {.rows = PS_ROWS, .count = PS_PARAM_COUNT};
+constexpr ValueKind<PowerSupply> POWER_SUPPLY = {.forms = PS_FORMS};
 
 // Temperature sensors.
 
@@ -113,7 +111,7 @@ void formTemperature(const EnclosureElement& sensor, Answer& answer) {
 }
 
 // clang-format off
-constexpr ValueRow<EnclosureElement> SENSOR_ROWS[] = {
+constexpr auto SENSOR_FORMS = tableOf<EnclosureElement, SENSOR_PARAM_COUNT>({
     {SENSOR_NAME, [](E e, A a) { put(a, "Sensor (", int(e.index), ")"); }},
     {SENSOR_LOCATION, [](E e, A a) { raid_GetEnclosureSensorLocation(getModel(*e.info).code, e.status, e.index, a.text, a.size); }},
     {SENSOR_CRITICAL_LOW, [](E e, A a) { formThreshold(e, 3, a); }},
@@ -122,21 +120,18 @@ constexpr ValueRow<EnclosureElement> SENSOR_ROWS[] = {
     {SENSOR_WARNING_HIGH_2, [](E e, A a) { formThreshold(e, 0, a); }},
     {SENSOR_STATUS, [](E e, A a) { put(a, raid_GetEnclosureTempStatusString(e.status, e.index)); }},
     {SENSOR_TEMPERATURE, formTemperature},
-};
+});
 // clang-format on
-static_assert(isComplete(SENSOR_ROWS, SENSOR_PARAM_COUNT));
 
 constexpr ValueKind<EnclosureElement> SENSOR = {
-    .rows = SENSOR_ROWS,
-    .count = SENSOR_PARAM_COUNT,
-    .traceWithoutObject = "oobMR_getEnclTempSensorInfo(): END\n",
-    .startNumber = NO_TEMPERATURE,
+    .forms = SENSOR_FORMS,
+    .rules = {.traceWithoutObject = "oobMR_getEnclTempSensorInfo(): END\n", .startNumber = NO_TEMPERATURE},
 };
 
 } // namespace
 
 int oobMR_getEnclFanInfo(int paramID, int ctrlIdx, int enclIdx, int fanIdx, char* sval, int svalLen, int32_t* ival) {
-    return answerValue(FAN, paramID, findElement(ctrlIdx, enclIdx, ElementKind::fan, fanIdx), sval, svalLen, ival);
+    return answerValue<FAN>(paramID, findElement(ctrlIdx, enclIdx, ElementKind::fan, fanIdx), sval, svalLen, ival);
 }
 
 int oobMR_getEnclPsInfo(int paramID, int modelCode, const SL_ENCL_STATUS_T* enclStatus, const uint8_t* page, int psuIdx,
@@ -144,11 +139,11 @@ int oobMR_getEnclPsInfo(int paramID, int modelCode, const SL_ENCL_STATUS_T* encl
     std::optional<PowerSupply> supply;
     if (psuIdx >= 0 && uint32_t(psuIdx) < getElementCount(enclStatus, ElementKind::powerSupply))
         supply = {modelCode, enclStatus, page, uint32_t(psuIdx)};
-    return answerValue(POWER_SUPPLY, paramID, supply, sval, svalLen, ival);
+    return answerValue<POWER_SUPPLY>(paramID, supply, sval, svalLen, ival);
 }
 
 int oobMR_getEnclTempSensorInfo(int paramID, int ctrlIdx, int enclIdx, int sensorIdx, char* sval, int svalLen,
                                 int32_t* ival) {
-    return answerValue(SENSOR, paramID, findElement(ctrlIdx, enclIdx, ElementKind::sensor, sensorIdx), sval, svalLen,
-                       ival);
+    return answerValue<SENSOR>(paramID, findElement(ctrlIdx, enclIdx, ElementKind::sensor, sensorIdx), sval, svalLen,
+                               ival);
 }

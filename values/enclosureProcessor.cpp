@@ -1,5 +1,6 @@
 #include "values/enclosureProcessor.h"
 
+#include "daemon/base/trace.h"
 #include "values/enclosureAccess.h"
 #include "values/sesPages.h"
 
@@ -18,7 +19,7 @@ uint16_t getPartnerDeviceId(const Enclosure& enclosure) {
 }
 
 void putName(const Enclosure& enclosure, Answer& answer) {
-    put(answer, trimField(enclosure.info->vendor), " ", trimField(enclosure.info->product));
+    put(answer, trimmed(enclosure.info->vendor), " ", trimmed(enclosure.info->product));
     // An enclosure has one processor here, whatever it is made of.
     put(answer, " (", getEnclosureNumber(enclosure), ":1)");
 }
@@ -34,12 +35,12 @@ void putFruText(const Enclosure& enclosure, bool isRevision, Answer& answer) {
     uint8_t page[SES_PAGE_SIZE];
     if (!readDiagnosticPage(enclosure, SES_PAGE_FRU, page)) return;
     const SesFruRecord unit = getFruPage(page).processor;
-    if (!isRevision) return put(answer, trimField(getPrintableText(unit.serialNumber).text));
+    if (!isRevision) return put(answer, trimmed(getPrintableText(unit.serialNumber).text));
     trace("oobMR_getEnclProcInfo():in KP17: revision='%s', sizeof (pFRU->Revision)=%d\n", endField(unit.revision).text,
           int{sizeof unit.revision});
     const auto revision = getPrintableText(unit.revision);
     trace("oobMR_getEnclProcInfo():in KP17: revision='%s', k=%d\n", revision.text, int(strlen(revision.text)));
-    put(answer, trimField(revision.text));
+    put(answer, trimmed(revision.text));
 }
 
 // Serial number and hardware version: where they stand depends on the model.
@@ -77,30 +78,28 @@ using E = const Enclosure&;
 using A = Answer&;
 
 // clang-format off
-constexpr ValueRow<Enclosure> ROWS[] = {
+constexpr auto FORMS = tableOf<Enclosure, PROC_PARAM_COUNT>({
     {PROC_PORT_NUMBER, [](E e, A a) { a.number = raid_PhysicalDeviceGetPortNumber(e.info, e.controller->mrInfo); }},
     {PROC_DEVICE_NUMBER, [](E e, A a) { a.number = e.deviceId; }},
     {PROC_ENCLOSURE_NUMBER, [](E e, A a) { a.number = getEnclosureNumber(e); }},
     {PROC_NAME, putName},
     {PROC_TYPE, [](E, A a) { put(a, "SES"); }},
-    {PROC_VENDOR, [](E e, A a) { put(a, trimField(e.info->vendor)); }},
+    {PROC_VENDOR, [](E e, A a) { put(a, trimmed(e.info->vendor)); }},
     {PROC_PRODUCT, [](E e, A a) { put(a, getModel(*e.info).name); }},
     {PROC_SERIAL_NUMBER, [](E e, A a) { putUnitText(e, false, a); }},
     {PROC_HARDWARE_VERSION, [](E e, A a) { putUnitText(e, true, a); }},
     {PROC_FIRMWARE_VERSION, putFirmwareVersion},
     {PROC_STATUS, [](E e, A a) { put(a, getEnclosureStatusText(e.status)); }},
-};
+});
 // clang-format on
-static_assert(isComplete(ROWS, PROC_PARAM_COUNT));
 
 constexpr ValueKind<Enclosure> PROCESSOR = {
-    .rows = ROWS,
-    .count = PROC_PARAM_COUNT,
-    .traceWithoutObject = "oobMR_getEnclProcInfo(): END\n",
+    .forms = FORMS,
+    .rules = {.traceWithoutObject = "oobMR_getEnclProcInfo(): END\n"},
 };
 
 } // namespace
 
 int oobMR_getEnclProcInfo(int paramID, int ctrlIdx, int enclIdx, char* sval, int svalLen, int32_t* ival) {
-    return answerValue(PROCESSOR, paramID, findEnclosure(ctrlIdx, enclIdx), sval, svalLen, ival);
+    return answerValue<PROCESSOR>(paramID, findEnclosure(ctrlIdx, enclIdx), sval, svalLen, ival);
 }

@@ -55,7 +55,7 @@ bool isSsdCache(const LogicalDrive& drive) {
 
 void putName(const LogicalDrive& drive, Answer& answer) {
     const MR_LD_PROPERTIES& properties = drive.config.properties;
-    if (properties.name[0] != '\0') return put(answer, endField(properties.name));
+    if (properties.name[0] != '\0') return put(answer, viewField(properties.name));
     put(answer, "LogicalDrive_", properties.ldRef.targetId);
 }
 
@@ -132,7 +132,7 @@ using D = const LogicalDrive&;
 using A = Answer&;
 
 // clang-format off
-constexpr ValueRow<LogicalDrive> ROWS[] = {
+constexpr auto FORMS = tableOf<LogicalDrive, LD_PARAM_COUNT>({
     {LD_NUMBER, [](D d, A a) { a.number = d.config.properties.ldRef.targetId; }},
     {LD_LOGICAL_SIZE, [](D d, A a) { a.number = getLogicalSize(*d.info); }},
     {LD_PHYSICAL_SIZE, [](D d, A a) { a.number = getPhysicalSize(d.info->ldConfig); }},
@@ -157,22 +157,19 @@ constexpr ValueRow<LogicalDrive> ROWS[] = {
     {LD_INIT_PROGRESS, putInitProgress},
     {LD_REBUILD_PROGRESS, [](D d, A a) { putProgress(d, MR_LD_OPERATION_RECONSTRUCTION, d.progress.reconstruction, a); }},
     {LD_CHECK_PROGRESS, [](D d, A a) { putProgress(d, MR_LD_OPERATION_CONSISTENCY_CHECK, d.progress.consistencyCheck, a); }},
-};
+});
 // clang-format on
-static_assert(isComplete(ROWS, LD_PARAM_COUNT));
 
 constexpr ValueKind<LogicalDrive> LOGICAL_DRIVE = {
-    .rows = ROWS,
-    .count = LD_PARAM_COUNT,
-    .traceWithoutObject = "oobMR_getLDInfo(): END\n",
-    .needsRoom = false,
+    .forms = FORMS,
+    .rules = {.traceWithoutObject = "oobMR_getLDInfo(): END\n", .needsRoom = false},
 };
 
 } // namespace
 
 int oobMR_getLDInfo(int paramID, int ctrlIdx, int instIdx, char* sval, int svalLen, int32_t* ival) {
     trace("oobMR_getLDInfo(): START - paramID=%d, ctrlIdx=%d, instIdx=%d\n", paramID, ctrlIdx, instIdx);
-    const int status = answerValue(LOGICAL_DRIVE, paramID, findLogicalDrive(ctrlIdx, instIdx), sval, svalLen, ival);
+    const int status = answerValue<LOGICAL_DRIVE>(paramID, findLogicalDrive(ctrlIdx, instIdx), sval, svalLen, ival);
     if (status == VALUE_OK) trace("oobMR_getLDInfo():END - ret=%d\n", status);
     return status;
 }

@@ -172,7 +172,7 @@ using D = const Drive&;
 using A = Answer&;
 
 // clang-format off
-constexpr ValueRow<Drive> ROWS[] = {
+constexpr auto FORMS = tableOf<Drive, PD_PARAM_COUNT>({
     {PD_PORT_NUMBER, [](D d, A a) { a.number = raid_PhysicalDeviceGetPortNumber(d.info, d.controller->mrInfo); }},
     {PD_NAME, putName},
     {PD_VENDOR, [](D d, A a) { putDriveVendor(*d.info, d.sata, a); }},
@@ -200,19 +200,17 @@ constexpr ValueRow<Drive> ROWS[] = {
     {PD_POWER_STATUS, [](D d, A a) { put(a, raid_GetHddPowerState(d.info->powerState)); }},
     {PD_TEMPERATURE, formTemperature},
     {PD_BAD_BLOCKS, nullptr},
-};
+});
 // clang-format on
-static_assert(isComplete(ROWS, PD_PARAM_COUNT));
 
 constexpr ValueKind<Drive> DRIVE = {
-    .rows = ROWS,
-    .count = PD_PARAM_COUNT,
-    .traceWithoutObject = "oobMR_getPDInfo(): END\n",
+    .forms = FORMS,
+    .rules = {.traceWithoutObject = "oobMR_getPDInfo(): END\n"},
     .begin = [](int paramID, const Drive&) { trace("oobMR_getPDInfo():START paramID=%d\n", paramID); },
 };
 
 } // namespace
 
 int oobMR_getPDInfo(int paramID, int ctrlIdx, int instIdx, char* sval, int svalLen, int32_t* ival) {
-    return answerValue(DRIVE, paramID, findDrive(ctrlIdx, instIdx), sval, svalLen, ival);
+    return answerValue<DRIVE>(paramID, findDrive(ctrlIdx, instIdx), sval, svalLen, ival);
 }

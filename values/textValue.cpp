@@ -27,3 +27,9 @@ void putPiece(TextBuffer& buffer, HexNumber number) {
         *--digit = "0123456789ABCDEF"[number.value & 15];
     putPiece(buffer, std::string_view(digits, sizeof digits));
 }
+
+void putPiece(TextBuffer& buffer, TrimmedField field) {
+    char text[TRIMMED_WIDTH_MAX + 1] = {};
+    raid_StrncpyTrim(text, field.field, field.width);
+    putPiece(buffer, text);
+}

@@ -6,10 +6,12 @@
 //
 // All set the integer first. An id beyond the table is VALUE_OK with nothing.
 
-#include "daemon/base/trace.h"
 #include "values/textValue.h"
 
+#include <array>
 #include <optional>
+#include <span>
+#include <utility>
 
 constexpr int VALUE_OK = 0;         // text or integer written
 constexpr int VALUE_BAD_BUFFER = 1; // no text buffer, or a value that cannot be used: the row is left out
@@ -24,51 +26,70 @@ struct Answer : TextBuffer {
 };
 
 template <class Object>
+using FormValue = void (*)(const Object& object, Answer& answer); // NULL: nothing is known
+
+template <class Object>
 struct ValueRow {
     int paramID;
-    void (*form)(const Object& object, Answer& answer); // NULL: nothing is known
+    FormValue<Object> form;
 };
 
-// A kind of object, and what its value function does otherwise than those of other kinds.
-template <class Object>
-struct ValueKind {
-    const ValueRow<Object>* rows; // by id
-    int count;
+void valueTableIsIncompleteOrOutOfOrder(); // nowhere defined: the compiler names it when a table is
+
+// The functions of a kind by id.
+template <class Object, int count>
+consteval std::array<FormValue<Object>, count> tableOf(const ValueRow<Object> (&rows)[count]) {
+    std::array<FormValue<Object>, count> forms{};
+    for (int id = 0; id < count; ++id) {
+        if (rows[id].paramID != id) valueTableIsIncompleteOrOutOfOrder();
+        forms[size_t(id)] = rows[id].form;
+    }
+    return forms;
+}
+
+// What a kind's value function does otherwise than others, before the value is formed.
+struct ValueRules {
     const char* traceWithoutObject = "";
     int32_t startNumber = 0;
     bool needsRoom = true;            // else a size of 0 or less is no fault, and takes no text
     bool clearsWithoutObject = false; // else the buffer stays as it is
+};
+
+// A code, VALUE_OK: the value can be formed. Sets the integer and clears the buffer.
+[[nodiscard]] int beginValue(const ValueRules& rules, bool hasObject, char* text, int size, int32_t* number);
+
+template <class Object>
+struct ValueKind {
+    std::span<const FormValue<Object>> forms;
+    ValueRules rules = {};
     void (*begin)(int paramID, const Object& object) = nullptr; // traces the question
 };
 
-// Whether a kind's rows are complete and stand in the order of their ids.
-template <class Object, int count>
-consteval bool isComplete(const ValueRow<Object> (&rows)[count], int paramCount) {
-    for (int i = 0; i < count; ++i)
-        if (rows[i].paramID != i) return false;
-    return count == paramCount;
+// Copies that are constants of the compiler's: what becomes of the table is a switch over the ids, smaller than the
+// table itself with its relocations.
+template <const auto& kind, class Object, size_t... ids>
+void formValue(int paramID, const Object& object, Answer& answer, std::index_sequence<ids...>) {
+    const auto form = [&]<size_t id>() {
+        constexpr FormValue<Object> formOf = kind.forms[id];
+        if constexpr (formOf != nullptr) formOf(object, answer);
+    };
+    ((paramID == int(ids) ? form.template operator()<ids>() : void()), ...);
 }
 
 // The answer to one question; object NULL: VALUE_NO_OBJECT.
-template <class Object>
-[[nodiscard]] int answerValue(const ValueKind<Object>& kind, int paramID, const Object* object, char* text, int size,
-                              int32_t* number) {
-    *number = kind.startNumber;
-    if (text == nullptr || (kind.needsRoom && size <= 0)) return VALUE_BAD_BUFFER;
-    if (size > 0 && (object != nullptr || kind.clearsWithoutObject)) memset(text, 0, size_t(size));
-    if (object == nullptr) {
-        trace("%s", kind.traceWithoutObject);
-        return VALUE_NO_OBJECT;
-    }
-    if (kind.begin != nullptr) kind.begin(paramID, *object);
-    if (paramID < 0 || paramID >= kind.count || kind.rows[paramID].form == nullptr) return VALUE_OK;
-    Answer answer{{text, size}, kind.startNumber};
-    kind.rows[paramID].form(*object, answer);
+template <const auto& kind, class Object>
+[[nodiscard]] int answerValue(int paramID, const Object* object, char* text, int size, int32_t* number) {
+    static constexpr ValueRules rules = kind.rules;
+    const int status = beginValue(rules, object != nullptr, text, size, number);
+    if (status != VALUE_OK) return status;
+    constexpr auto begin = kind.begin;
+    if constexpr (begin != nullptr) begin(paramID, *object);
+    Answer answer{{text, size}, *number};
+    formValue<kind>(paramID, *object, answer, std::make_index_sequence<kind.forms.size()>{});
     *number = answer.number;
     return answer.status;
 }
-template <class Object>
-[[nodiscard]] int answerValue(const ValueKind<Object>& kind, int paramID, const std::optional<Object>& object,
-                              char* text, int size, int32_t* number) {
-    return answerValue(kind, paramID, object ? &*object : nullptr, text, size, number);
+template <const auto& kind, class Object>
+[[nodiscard]] int answerValue(int paramID, const std::optional<Object>& object, char* text, int size, int32_t* number) {
+    return answerValue<kind>(paramID, object ? &*object : nullptr, text, size, number);
 }
