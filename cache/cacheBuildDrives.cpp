@@ -41,10 +41,8 @@ void readEnclosure(const MRCtrlInst& controller, uint32_t e) {
     }
 
     SL_ENCL_STATUS_T* status = nullptr;
-    if (raid_GetEnclosureStatusFunc(controller.ctrlId, deviceId, &status) != 0 || status == nullptr) {
-        free(status);
-        return;
-    }
+    if (raid_GetEnclosureStatusFunc(controller.ctrlId, deviceId, &status) != 0 || status == nullptr) return;
+    noteForeignAllocation(status);
     trace("createCache_PDInfo(%d): Success in reading SL_ENCL_STATUS_T for devid=%d\n", int(e), deviceId);
     controller.mrEnclStatus[e] = status;
     trace("createCache_PDInfo(%d): Fans=%d PSU=%02X Temp=%d Alarm=%d\n", int(e), int(status->fanCount),

@@ -18,39 +18,40 @@ void releaseEntry(Release release, Element** array, uint32_t index) {
     if (array != nullptr) releaseBlock(release, array[index]);
 }
 
+// The names of all members, one for one: a member that is added to the record has to be released or passed over here.
 void releaseController(Release release, MRCtrlInst* controller) {
-    void* const records[] = {controller->mrInfo,          controller->mrCtrlProp,        controller->mrMfcDefaults,
-                             controller->mrPRStatus,      controller->mrPRProperties,    controller->mrCCScheduleProps,
-                             controller->mrBBUStatus,     controller->mrBBUCapacityInfo, controller->mrBBUProperties,
-                             controller->mrBBUDesignInfo, controller->mrPdList,          controller->mrSASConn};
+    const auto& [ctrlId, info, prop, mfcDefaults, prStatus, prProperties, ccSchedule, bbuStatus, bbuCapacity,
+                 bbuProperties, bbuDesign, numPd, pdList, sasConn, enclList, enclInfo, enclStatus, pdInfo, pdSataInfo,
+                 cfgData, ldInfo, ldProgress, pdInLd, listBySlot, infoBySlot] = *controller;
+
+    void* const records[] = {info,      prop,        mfcDefaults,   prStatus,  prProperties, ccSchedule,
+                             bbuStatus, bbuCapacity, bbuProperties, bbuDesign, pdList,       sasConn};
     for (void* record : records) releaseBlock(release, record);
 
-    const uint32_t enclosures = getListCount(controller->mrEnclList);
-    for (uint32_t e = 0; e < enclosures; ++e) {
-        releaseEntry(release, controller->mrEnclInfo, e);
-        releaseEntry(release, controller->mrEnclStatus, e);
+    for (uint32_t e = 0; e < getListCount(enclList); ++e) {
+        releaseEntry(release, enclInfo, e);
+        releaseEntry(release, enclStatus, e);
     }
-    releaseBlock(release, controller->mrEnclInfo);
-    releaseBlock(release, controller->mrEnclStatus);
-    releaseBlock(release, controller->mrEnclList);
+    releaseBlock(release, enclInfo);
+    releaseBlock(release, enclStatus);
+    releaseBlock(release, enclList);
 
-    for (int k = 0; k < controller->numPd; ++k) {
-        releaseBlock(release, controller->mrPdInfo[k]);
-        releaseBlock(release, controller->mrPdSataInfo[k]);
+    for (uint32_t k = 0; k < uint32_t(numPd); ++k) {
+        releaseEntry(release, pdInfo, k);
+        releaseEntry(release, pdSataInfo, k);
     }
-    releaseBlock(release, controller->mrPdInfo);
-    releaseBlock(release, controller->mrPdSataInfo);
+    releaseBlock(release, pdInfo);
+    releaseBlock(release, pdSataInfo);
 
-    const uint32_t logicalDrives = getLdCount(controller->mrCfgData);
-    for (uint32_t i = 0; i < logicalDrives; ++i) {
-        releaseEntry(release, controller->mrLdInfo, i);
-        releaseEntry(release, controller->mrLdProgress, i);
-        releaseEntry(release, controller->mrPdInLd, i);
+    for (uint32_t i = 0; i < getLdCount(cfgData); ++i) {
+        releaseEntry(release, ldInfo, i);
+        releaseEntry(release, ldProgress, i);
+        releaseEntry(release, pdInLd, i);
     }
-    releaseBlock(release, controller->mrLdProgress);
-    releaseBlock(release, controller->mrLdInfo);
-    releaseBlock(release, controller->mrCfgData);
-    releaseBlock(release, controller->mrPdInLd);
+    releaseBlock(release, ldProgress);
+    releaseBlock(release, ldInfo);
+    releaseBlock(release, cfgData);
+    releaseBlock(release, pdInLd);
 
     release(controller);
 }

@@ -41,9 +41,13 @@ void* allocateZeroed(size_t count, size_t size) {
     return calloc(count == 0 ? 1 : count, size); // an empty array is a block too
 }
 
+void noteForeignAllocation(const void* block) {
+    if (g_traceEnabled != 0 && g_allocCount < ALLOC_TABLE_SIZE) g_allocTable[g_allocCount++] = block;
+}
+
 void noteAllocation(const void* block) {
     if (g_traceEnabled == 0) return;
-    if (g_allocCount < ALLOC_TABLE_SIZE) g_allocTable[g_allocCount++] = block;
+    noteForeignAllocation(block);
     trace("CALLOC:address= 0x%x(%d)\n", traceAddress(block), int(traceAddress(block)));
 }
 

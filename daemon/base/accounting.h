@@ -12,12 +12,15 @@ extern int g_allocCount; // slots used so far; a released block leaves an empty 
 extern long g_vmRSS;     // kB, as of the last getMemoryUsage
 extern long g_vmSize;
 
-// A zero-filled block, NULL without memory; noteAllocation enters it into the table and the trace.
-void* allocateZeroed(size_t count, size_t size);
+// A zero-filled block, NULL without memory.
+[[nodiscard]] void* allocateZeroed(size_t count, size_t size);
+
+// Enters a block into the table and the trace, or, one that a library allocated, into the table only.
 void noteAllocation(const void* block);
+void noteForeignAllocation(const void* block);
 
 // Both at once.
-void* callocAccounted(size_t count, size_t size);
+[[nodiscard]] void* callocAccounted(size_t count, size_t size);
 
 // Frees a block and takes it from the table: with its trace line, or without any output.
 void freeAccounted(void* block);
