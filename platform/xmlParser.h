@@ -25,7 +25,6 @@ struct XMLNode {
 
 struct XMLDoc {
     XMLNode* documentElement; // the root, NULL until it is set
-    int32_t allocationFailed; // 1 once a node or text of this document could not be had
 };
 
 // Room for the reader's and the writer's state and error text; the caller's, on its stack.

@@ -3,6 +3,7 @@
 #include "cache/oobCache.h"
 #include "daemon/base/trace.h"
 #include "tree/tableWalk.h"
+#include "tree/treeNodes.h"
 #include "values/sesPages.h"
 
 namespace {
@@ -59,17 +60,14 @@ bool isUnsupported(const SL_ENCL_STATUS_T* status, ElementKind kind, uint32_t in
     return getElement(status, kind, index).status == SL_ENCL_ELEM_STATUS_UNSUPPORTED;
 }
 
-void addElement(XMLNode* processor, const char* name, const TableWalk& walk, const TreeObject& object) {
-    XMLNode* element = createElement(name);
-    appendChild(processor, element);
-    appendTable(element, walk, object);
+void addPart(XMLNode* processor, const char* name, const TableWalk& walk, const TreeObject& object) {
+    appendTable(addElement(processor, name), walk, object);
 }
 
 } // namespace
 
 void addEnclProcessorInfo2XML(XMLNode* enclosure, int ctrlIndex, int enclIndex) {
-    XMLNode* processor = createElement("Processor");
-    appendChild(enclosure, processor);
+    XMLNode* processor = addElement(enclosure, "Processor");
     appendTable(processor, PROCESSOR_WALK, {.ctrlIndex = ctrlIndex, .index = enclIndex});
     addEnclFanInfo2XML(processor, ctrlIndex, enclIndex);
     addEnclPsInfo2XML(processor, ctrlIndex, enclIndex);
@@ -85,7 +83,7 @@ void addEnclFanInfo2XML(XMLNode* processor, int ctrlIndex, int enclIndex) {
             trace("\taddEnclFanInfo2XML(): =%d -> SL_ENCL_ELEM_STATUS_UNSUPPORTED!\n", int(f));
             continue;
         }
-        addElement(processor, "Fan", FAN_WALK, {.ctrlIndex = ctrlIndex, .index = enclIndex, .element = int(f)});
+        addPart(processor, "Fan", FAN_WALK, {.ctrlIndex = ctrlIndex, .index = enclIndex, .element = int(f)});
     }
 }
 
@@ -107,7 +105,7 @@ void addEnclPsInfo2XML(XMLNode* processor, int ctrlIndex, int enclIndex) {
             continue;
         }
         object.element = int(i);
-        addElement(processor, "PowerSupply", POWER_SUPPLY_WALK, object);
+        addPart(processor, "PowerSupply", POWER_SUPPLY_WALK, object);
     }
 }
 
@@ -115,6 +113,6 @@ void addEnclTempSensorInfo2XML(XMLNode* processor, int ctrlIndex, int enclIndex)
     const SL_ENCL_STATUS_T* status = getStatusBlock(ctrlIndex, enclIndex);
     for (uint32_t i = 0; i < getElementCount(status, ElementKind::sensor); ++i)
         if (!isUnsupported(status, ElementKind::sensor, i))
-            addElement(processor, "TemperatureSensor", SENSOR_WALK,
-                       {.ctrlIndex = ctrlIndex, .index = enclIndex, .element = int(i)});
+            addPart(processor, "TemperatureSensor", SENSOR_WALK,
+                    {.ctrlIndex = ctrlIndex, .index = enclIndex, .element = int(i)});
 }

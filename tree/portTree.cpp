@@ -4,6 +4,7 @@
 #include "daemon/base/trace.h"
 #include "tree/enclosureTree.h"
 #include "tree/tableWalk.h"
+#include "tree/treeNodes.h"
 
 #include <algorithm>
 
@@ -34,9 +35,9 @@ uint8_t getScsiDeviceType(const MR_PD_INFO& info) {
 }
 
 XMLNode* createPort(const char* name) {
-    XMLNode* port = createElement("Port");
-    appendTextChild(port, "Type", "SAS");
-    appendTextChild(port, "Name", name);
+    XMLNode* port = makeElement("Port");
+    addText(port, "Type", "SAS");
+    addText(port, "Name", name);
     return port;
 }
 
@@ -46,7 +47,7 @@ void addConnectorPorts(XMLNode* adapter, int ctrlIndex, const MRCtrlInst& contro
     for (uint32_t c = 0; c < getListCount(*controller.mrSASConn); ++c) {
         const auto name = endField(controller.mrSASConn->conn[c].name);
         XMLNode* port = createPort(name.text);
-        appendChild(adapter, port);
+        addElement(adapter, port);
         trace("\taddPortInfo2XML(): LOOP: connIndex=%d, Port-Name= '%s'\n", int(c), name.text);
         if (getListCount(controller.mrEnclList) != 0) addEnclosureInfo2XML(port, ctrlIndex, int(c));
     }
@@ -59,7 +60,7 @@ void addBackplanePort(XMLNode* adapter, int ctrlIndex, const MRCtrlInst& control
         trace("\taddPortInfo2XML(): Found SGPIO enclDeviceId = %d !\n", deviceId);
         XMLNode* port = createPort("SAS Backplane");
         addPDInfo2XML(port, ctrlIndex, deviceId);
-        appendChild(adapter, port);
+        addElement(adapter, port);
         return;
     }
 }
@@ -91,13 +92,13 @@ int findDrive(const MRCtrlInst& controller, int slot, uint16_t enclDeviceId) {
 
 void addDrive(XMLNode* parent, int ctrlIndex, const MR_PD_ADDRESS& entry, int pdIndex) {
     trace("\taddPDInfo2XML(): pdIndex = %d, slotNumber = %d\n", pdIndex, entry.slotNumber);
-    XMLNode* drive = createElement("PhysicalDrive");
+    XMLNode* drive = makeElement("PhysicalDrive");
     if (drive == nullptr) {
         trace("\taddPDInfo2XML(): ERROR- XML createElement('PhysicalDrive') failed!\n");
         return;
     }
-    setNumberAttribute(drive, entry.deviceId);
-    appendChild(parent, drive);
+    setNumber(drive, entry.deviceId);
+    addElement(parent, drive);
     appendTable(drive, DRIVE_WALK, {.ctrlIndex = ctrlIndex, .index = pdIndex});
 }
 
@@ -148,9 +149,9 @@ void addEnclosureInfo2XML(XMLNode* port, int ctrlIndex, int connIndex) {
         const MR_ENCL_ENTRY entry = controller->mrEnclList->encl[e];
         if (entry.enclConnectorIndex != connIndex) continue;
         trace("\taddEnclosureInfo2XML(): Device at given port '%d' found!\n", connIndex);
-        XMLNode* enclosure = createElement("Enclosure");
+        XMLNode* enclosure = makeElement("Enclosure");
         if (enclosure == nullptr) continue;
-        appendChild(port, enclosure);
+        addElement(port, enclosure);
         appendTable(enclosure, ENCLOSURE_WALK, {.ctrlIndex = ctrlIndex, .index = int(e)});
         addEnclProcessorInfo2XML(enclosure, ctrlIndex, int(e));
         addPDInfo2XML(enclosure, ctrlIndex, entry.deviceId);

@@ -1,14 +1,8 @@
 #include "tree/tableWalk.h"
 
 #include "daemon/base/pause.h"
+#include "tree/treeNodes.h"
 #include "values/valueFunction.h"
-
-void setNumberAttribute(XMLNode* element, int number) {
-    char text[16];
-    TextBuffer buffer{text, sizeof text};
-    put(buffer, number);
-    setAttribute(element, "Nr", text);
-}
 
 void appendTable(XMLNode* element, const TableWalk& walk, const TreeObject& object) {
     int result = 0;
@@ -22,9 +16,9 @@ void appendTable(XMLNode* element, const TableWalk& walk, const TreeObject& obje
         int appendResult = XP_SUCCESS;
         if (valueResult == VALUE_OK) {
             if (row->valueType == PARAM_TEXT)
-                appendResult = appendTextChild(element, row->xmlParamName, text);
+                appendResult = addText(element, row->xmlParamName, text);
             else if (value >= 0 || walk.writesNegative)
-                appendResult = appendIntegerChild(element, row->xmlParamName, value);
+                appendResult = addInteger(element, row->xmlParamName, value);
         }
         result = valueResult != VALUE_OK ? valueResult : appendResult;
         if (walk.trace.result != nullptr) walk.trace.result(result, valueResult, appendResult);

@@ -33,8 +33,5 @@ struct TableWalk {
     WalkTrace trace = {};
 };
 
-// Sets the attribute "Nr".
-void setNumberAttribute(XMLNode* element, int number);
-
 // Appends one child for each row that has an XML name and a value.
 void appendTable(XMLNode* element, const TableWalk& walk, const TreeObject& object);

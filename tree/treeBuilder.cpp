@@ -6,6 +6,7 @@
 #include "platform/lcm.h"
 #include "tree/portTree.h"
 #include "tree/tableWalk.h"
+#include "tree/treeNodes.h"
 
 #include <algorithm>
 
@@ -94,7 +95,7 @@ int getCount(int ctrlIndex, int paramID) {
 
 void addSystemName(XMLNode* system) {
     char name[SYSTEM_NAME_SIZE + 1] = {};
-    if (LCMconfigSpaceRead(CONFIG_SYSTEM_NAME, 0, name, SYSTEM_NAME_SIZE) == 1) appendTextChild(system, "Name", name);
+    if (LCMconfigSpaceRead(CONFIG_SYSTEM_NAME, 0, name, SYSTEM_NAME_SIZE) == 1) addText(system, "Name", name);
 }
 
 void addLogicalDrives(XMLNode* adapter, int ctrlIndex, const MRCtrlInst& controller) {
@@ -102,9 +103,8 @@ void addLogicalDrives(XMLNode* adapter, int ctrlIndex, const MRCtrlInst& control
     trace("getRSTfromCache(): number of log. disks=%d\n", count);
     if (controller.mrCfgData == nullptr) return;
     for (int j = 0; j < std::min(count, int{LD_CONFIG_CAPACITY}); ++j) {
-        XMLNode* logicalDrive = createElement("LogicalDrive");
-        setNumberAttribute(logicalDrive, getLdConfig(*controller.mrCfgData, uint32_t(j)).properties.ldRef.targetId);
-        appendChild(adapter, logicalDrive);
+        XMLNode* logicalDrive = addElement(adapter, "LogicalDrive");
+        setNumber(logicalDrive, getLdConfig(*controller.mrCfgData, uint32_t(j)).properties.ldRef.targetId);
         addLDInfo2XML(logicalDrive, ctrlIndex, j);
     }
 }
@@ -112,15 +112,12 @@ void addLogicalDrives(XMLNode* adapter, int ctrlIndex, const MRCtrlInst& control
 void addBattery(XMLNode* adapter, int ctrlIndex, const MRCtrlInst& controller) {
     if ((controller.mrInfo->hwPresent & MR_HW_PRESENT_BBU) == 0) return;
     trace("getRSTfromCache(): obMRCache->mrCtrlInst[ctrlIndex]->mrInfo->hwPresent.bbu= %d\n", 1);
-    XMLNode* battery = createElement("Battery");
-    appendChild(adapter, battery);
-    addCtrlBatteryInfo2XML(battery, ctrlIndex);
+    addCtrlBatteryInfo2XML(addElement(adapter, "Battery"), ctrlIndex);
 }
 
 void addAdapter(XMLNode* system, int ctrlIndex, const MRCtrlInst& controller) {
-    XMLNode* adapter = createElement("Adapter");
-    setNumberAttribute(adapter, raid_GetControllerNumber(controller.ctrlId));
-    appendChild(system, adapter);
+    XMLNode* adapter = addElement(system, "Adapter");
+    setNumber(adapter, raid_GetControllerNumber(controller.ctrlId));
     addCtrlInfo2XML(adapter, ctrlIndex);
     addLogicalDrives(adapter, ctrlIndex, controller);
     addBattery(adapter, ctrlIndex, controller);
@@ -148,19 +145,16 @@ XMLDoc* getRSTfromCache() {
     XMLDoc* document = createXMLDoc();
     if (document == nullptr) return failDocument(nullptr);
 
-    XMLNode* root = createElement("QPRaidStorageDeviceTree");
-    setAttribute(root, "Version", "2");
-    setDocumentElement(document, root);
-    XMLNode* system = createElement("System");
-    appendChild(root, system);
+    beginTree();
+    XMLNode* root = addRoot(document, "QPRaidStorageDeviceTree");
+    setText(root, "Version", "2");
+    XMLNode* system = addElement(root, "System");
     addSystemName(system);
     for (int i = 0; i < getControllerCount(*oobMRCache); ++i)
         if (const MRCtrlInst* controller = getController(i); controller != nullptr) addAdapter(system, i, *controller);
-    XMLNode* multiplexer = createElement("Multiplexer");
-    appendChild(system, multiplexer);
-    addMultiplexerInfo2XML(system, multiplexer);
+    addMultiplexerInfo2XML(system, addElement(system, "Multiplexer"));
 
-    if (document->allocationFailed != 0) return failDocument(document);
+    if (hasTreeFailed()) return failDocument(document);
     logRST("getRSTfromCache(): END! (doc = 0x%x)", traceAddress(document));
     trace("getRSTfromCache(): END - doc = 0x%x\n", traceAddress(document));
     return document;

@@ -20,10 +20,7 @@ void* allocateChunk(Document& document, size_t size) {
     const bool alone = size > document.chunkBytes / 4;
     const size_t bytes = alone ? size : document.chunkBytes;
     void* memory = size < PTRDIFF_MAX - sizeof(Chunk) ? malloc(sizeof(Chunk) + bytes) : nullptr;
-    if (!memory) {
-        document.visible.allocationFailed = 1;
-        return nullptr;
-    }
+    if (!memory) return nullptr;
     auto* chunk = new (memory) Chunk{document.chunks};
     char* start = reinterpret_cast<char*>(chunk + 1);
     document.chunks = chunk;

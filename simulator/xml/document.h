@@ -110,7 +110,7 @@ inline Document* documentOf(const XMLNode* node) {
     return (part ? part : partAbove(node->documentKey == KEY_LEAF ? node->firstChild : node))->document;
 }
 
-// Aligned for the records above; NULL: no memory, remembered in the document. allocateChunk: the chunk is used up.
+// Aligned for the records above; NULL: no memory. allocateChunk: the chunk is used up.
 void* allocateChunk(Document& document, size_t size);
 inline void* allocate(Document& document, size_t size) {
     size = (size + alignof(void*) - 1) & ~(alignof(void*) - 1);
