@@ -5,14 +5,14 @@
 #include "cache/oobCache.h"
 
 // The library's status, 0 on success.
-int raid_GetPDsOfLD(uint32_t ctrlId, uint8_t targetId, SL_PD_IN_LD_T* out);
-int raid_GetLDsOfPD(uint32_t ctrlId, uint16_t deviceId, SL_LD_OF_PD_T* out); // the device id's low byte counts
+[[nodiscard]] int raid_GetPDsOfLD(uint32_t ctrlId, uint8_t targetId, SL_PD_IN_LD_T* out);
+[[nodiscard]] int raid_GetLDsOfPD(uint32_t ctrlId, uint16_t deviceId, SL_LD_OF_PD_T* out); // its id's low byte counts
 
 // How the drive is attached: MR_PD_INTF_*.
 inline uint8_t getDeviceInterface(const MR_PD_INFO& info) {
     return info.ddfInterface >> 4;
 }
 
-// Constant texts. mfcDefaults may be NULL: monitoring counts as on.
+// Constant texts, "Unknown" for a mode that is none. mfcDefaults may be NULL: monitoring counts as on.
 const char* getPdSmartStatusText(const MR_MFC_DEFAULTS* mfcDefaults, const MR_PD_INFO* pdInfo);
 const char* getPatrolReadModeText(unsigned mode);

@@ -8,8 +8,8 @@
 extern "C" {
 
 // The time, in seconds since 1970, as local date or local date and time. 0: done.
-int etcGetDate(int64_t seconds, char* text, size_t size);
-int etcGetDateAndTime(int64_t seconds, char* text, size_t size);
+[[nodiscard]] int etcGetDate(int64_t seconds, char* text, size_t size);
+[[nodiscard]] int etcGetDateAndTime(int64_t seconds, char* text, size_t size);
 
-int etcGetDefaultLanChannelNumber(void);
+int etcGetDefaultLanChannelNumber(void); // of the BMC, for IPMI requests
 }

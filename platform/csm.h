@@ -4,6 +4,6 @@
 
 extern "C" {
 
-int CSM_Init(void);
-void updateSystemStatus(void);
+int CSM_Init(void);            // once, before the other; 0: done
+void updateSystemStatus(void); // has the library look at all sensors again
 }

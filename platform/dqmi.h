@@ -6,11 +6,11 @@
 
 extern "C" {
 
-int OpenDQMIConnection(void); // a handle, -1: none
+[[nodiscard]] int OpenDQMIConnection(void); // a handle, -1: none
 
 // A transaction handle, -1: failed. `request` is a 48-byte request record.
-int OpenDQMItransaction(int kind, int version, int flags, int timeout, const void* request, int extra);
+[[nodiscard]] int OpenDQMItransaction(int kind, int version, int flags, int timeout, const void* request, int extra);
 
 // -1: failed. Fills a 64-byte answer header; *data is malloc'ed, the caller's, or NULL.
-int ReadReceivedDQMImessage(int transaction, void* header, void** data);
+[[nodiscard]] int ReadReceivedDQMImessage(int transaction, void* header, void** data);
 }

@@ -27,7 +27,7 @@ unsigned hostSleep(unsigned seconds);
 HostTime hostTime();
 
 // Starts a thread with default attributes; 0, or the error number of pthread_create.
-int hostStartThread(pthread_t* thread, void* (*body)(void*));
+[[nodiscard]] int hostStartThread(pthread_t* thread, void* (*body)(void*));
 
 // As kill(2).
 int hostSignal(pid_t pid, int signal);

@@ -39,13 +39,13 @@ constexpr int SL_ENCL_MODEL_KP17M2 = 3;
 extern "C" {
 
 // Controllers.
-int raid_GetControllerList(SL_CTRL_LIST_T* list);
-int raid_ReadControllerInfoRaw(uint32_t ctrlId, MR_CTRL_INFO* info);
-int raid_ControllerGetOperation(uint32_t ctrlId, uint32_t opcode, void* buffer, uint32_t length);
+[[nodiscard]] int raid_GetControllerList(SL_CTRL_LIST_T* list);
+[[nodiscard]] int raid_ReadControllerInfoRaw(uint32_t ctrlId, MR_CTRL_INFO* info);
+[[nodiscard]] int raid_ControllerGetOperation(uint32_t ctrlId, uint32_t opcode, void* buffer, uint32_t length);
 int raid_GetControllerNumber(uint32_t ctrlId);
 int raid_ControllerGetBatteryStatus(uint32_t ctrlId, int32_t* status);     // SL_STATUS_*
 int raid_ControllerGetVirtualDiskStatus(uint32_t ctrlId, int32_t* status); // as above
-int ZEBRAID_DirectLibCommand(uint32_t ctrlId, SL_LIB_CMD_PARAM_T* packet, void* out, uint32_t size);
+[[nodiscard]] int ZEBRAID_DirectLibCommand(uint32_t ctrlId, SL_LIB_CMD_PARAM_T* packet, void* out, uint32_t size);
 const char* raid_GetErrorStatus(int status);
 const char* raid_GetPCIVendorName(uint16_t vendorId);
 const char* raid_GetPatrolReadState(uint8_t state);
@@ -54,27 +54,29 @@ int raid_GetBatteryState(uint32_t fwStatus); // SL_STATUS_*, -1: unknown
 const char* raid_GetBatteryAutoLearnMode(uint8_t mode);
 
 // Lists.
-int raid_GetControllerPDList(uint32_t ctrlId, MR_PD_LIST* list);
-int raid_GetSasConnectors(uint32_t ctrlId, MR_SAS_CONNECTORS* connectors);
-int raid_GetEnclosureList(uint32_t ctrlId, MR_ENCL_LIST* list);
+[[nodiscard]] int raid_GetControllerPDList(uint32_t ctrlId, MR_PD_LIST* list);
+[[nodiscard]] int raid_GetSasConnectors(uint32_t ctrlId, MR_SAS_CONNECTORS* connectors);
+[[nodiscard]] int raid_GetEnclosureList(uint32_t ctrlId, MR_ENCL_LIST* list);
 
 // Drives.
-int raid_PhysicalDeviceGetInfo(uint32_t ctrlId, uint16_t deviceId, MR_PD_INFO* info);
-int raid_FirePDSATAPassthru_Identify(uint32_t ctrlId, uint16_t deviceId,
-                                     void* identifyData); // SATA_IDENTIFY_SIZE bytes
+[[nodiscard]] int raid_PhysicalDeviceGetInfo(uint32_t ctrlId, uint16_t deviceId, MR_PD_INFO* info);
+[[nodiscard]] int raid_FirePDSATAPassthru_Identify(uint32_t ctrlId, uint16_t deviceId,
+                                                   void* identifyData); // SATA_IDENTIFY_SIZE bytes
 int raid_PhysicalDeviceGetPortNumber(const MR_PD_INFO* device, const MR_CTRL_INFO* controller);
 int raid_PhysicalDriveGetEnclosureNumber(const MR_PD_INFO* drive, const MR_CTRL_INFO* controller,
                                          const MR_SAS_CONNECTORS* connectors, const MR_ENCL_LIST* enclosures);
-int raid_PhysicalDriveGetSasRotationalSpeed(uint32_t ctrlId, uint16_t deviceId, uint32_t* rpm); // 0: unknown
-int raid_PhysicalDriveGetAtaRotationalSpeed(uint32_t ctrlId, uint16_t deviceId, uint32_t* rpm);
+[[nodiscard]] int raid_PhysicalDriveGetSasRotationalSpeed(uint32_t ctrlId, uint16_t deviceId,
+                                                          uint32_t* rpm); // 0: unknown
+[[nodiscard]] int raid_PhysicalDriveGetAtaRotationalSpeed(uint32_t ctrlId, uint16_t deviceId, uint32_t* rpm);
 int raid_PhysicalGetDriveTemperature(uint32_t ctrlId, uint16_t deviceId); // degrees Celsius, 0: unknown
 const char* raid_GetDeviceInterfaceType(uint8_t interface);
 const char* raid_GetHddFirmwareState(uint16_t fwState);
 const char* raid_GetHddPowerState(uint8_t powerState);
 
 // Logical drives.
-int raid_LogicalDriveGetInfo(uint32_t ctrlId, uint8_t targetId, MR_LD_INFO* info);
-int raid_LogicalDriveGetProgress(uint32_t ctrlId, uint8_t targetId, MR_LD_PROGRESS* progress, uint32_t* secondWord);
+[[nodiscard]] int raid_LogicalDriveGetInfo(uint32_t ctrlId, uint8_t targetId, MR_LD_INFO* info);
+[[nodiscard]] int raid_LogicalDriveGetProgress(uint32_t ctrlId, uint8_t targetId, MR_LD_PROGRESS* progress,
+                                               uint32_t* secondWord);
 const char* raid_GetRaidLevel(uint8_t primaryRaidLevel, uint8_t spanDepth, uint8_t drivesPerSpan);
 const char* raid_GetStripeSize(uint8_t stripeSize);
 const char* raid_GetLogicalDriveCacheWritePolicy(uint8_t policy);
@@ -85,14 +87,16 @@ const char* raid_GetPhysicalDriveCachePolicy(uint8_t policy);
 const char* raid_GetLogicalDriveState(uint8_t state);
 
 // Enclosures. Element indexes count within a kind.
-int raid_GetEnclosureStatusFunc(uint32_t ctrlId, uint16_t deviceId,
-                                SL_ENCL_STATUS_T** status);  // *status: malloc'ed, the caller's on success only
+[[nodiscard]] int
+raid_GetEnclosureStatusFunc(uint32_t ctrlId, uint16_t deviceId,
+                            SL_ENCL_STATUS_T** status);      // *status: malloc'ed, the caller's on success only
 int raid_GetEnclosureStatus(const SL_ENCL_STATUS_T* status); // SL_STATUS_*, 3: unknown (NULL)
 int raid_EnclosureGetEnclosureNumber(const MR_PD_INFO* enclosure, const MR_CTRL_INFO* controller,
                                      const MR_SAS_CONNECTORS* connectors, const MR_ENCL_LIST* enclosures);
 const char* raid_GetEnclosureTypeString(int modelCode);
 int raid_IsDiagnosticPageValid(uint32_t ctrlId, uint16_t deviceId, uint8_t page); // non-zero: the enclosure has it
-int raid_ReceiveDiagnosticResults(uint32_t ctrlId, uint16_t deviceId, uint8_t page, void* buffer, uint32_t length);
+[[nodiscard]] int raid_ReceiveDiagnosticResults(uint32_t ctrlId, uint16_t deviceId, uint8_t page, void* buffer,
+                                                uint32_t length);
 int raid_SkipKP23Descriptors(const void* page, uint32_t length, int offset,
                              uint32_t count); // next offset, -1: past the page
 void raid_GetEnclosureFanName(int modelCode, const SL_ENCL_STATUS_T* status, uint32_t fan, char* text, int size);
@@ -102,8 +106,9 @@ const char* raid_GetEnclosureFanStatusString(const SL_ENCL_STATUS_T* status, uin
 const char* raid_GetEnclosurePowerSupplyStatusString(const SL_ENCL_STATUS_T* status, uint32_t powerSupply);
 void raid_GetEnclosureSensorLocation(int modelCode, const SL_ENCL_STATUS_T* status, uint32_t sensor, char* text,
                                      int size);
-int raid_GetEnclosureTemperatureThreshold(uint32_t ctrlId, uint16_t deviceId, uint32_t sensor,
-                                          const SL_ENCL_STATUS_T* status, SL_TEMP_THRESHOLD_T* thresholds);
+[[nodiscard]] int raid_GetEnclosureTemperatureThreshold(uint32_t ctrlId, uint16_t deviceId, uint32_t sensor,
+                                                        const SL_ENCL_STATUS_T* status,
+                                                        SL_TEMP_THRESHOLD_T* thresholds);
 const char* raid_GetEnclosureTempStatusString(const SL_ENCL_STATUS_T* status, uint32_t sensor);
 float raid_GetEnclosureTemperature(const SL_ENCL_STATUS_T* status, uint32_t sensor, uint16_t statusCode,
                                    const SL_ENCL_ELEMENT_T* element); // degrees Celsius

@@ -377,7 +377,7 @@ static_assert(offsetof(SL_ENCL_STATUS_T, element) == 32);
 // Temperature limits of a sensor.
 struct [[gnu::packed]] SL_TEMP_THRESHOLD_T {
     uint8_t reserved0[16];
-    float value[4]; // degrees Celsius: warning high, warning high, critical low, critical low; -100: not set
+    float value[4]; // degrees Celsius: high critical, high warning, low warning, low critical; -100: not set
 };
 static_assert(sizeof(SL_TEMP_THRESHOLD_T) == 32);
 static_assert(offsetof(SL_TEMP_THRESHOLD_T, value) == 16);

@@ -34,17 +34,20 @@ struct XMLWorkArea {
 
 extern "C" {
 
-XMLDoc* createXMLDoc(void);               // NULL: no memory
+[[nodiscard]] XMLDoc* createXMLDoc(void); // NULL: no memory
 void freeXMLDoc(XMLDoc* document);        // with every node; NULL is accepted
-XMLNode* createElement(const char* name); // without a parent; NULL: no memory, no document, no name in XML
-int setDocumentElement(XMLDoc* document, XMLNode* element); // 1: a NULL, another document's, or one with a parent
+[[nodiscard]] XMLNode*
+createElement(const char* name); // without a parent; NULL: no memory, no document, no name in XML
+[[nodiscard]] int setDocumentElement(XMLDoc* document,
+                                     XMLNode* element); // 1: a NULL, another document's, or one with a parent
 
 // XP_SUCCESS, or 1 and nothing changed: a node is NULL or no element, the name is none in XML, or memory is short.
 // A NULL text or value counts as an empty one.
-int appendChild(XMLNode* parent, XMLNode* child); // as the last; 1 also: other document, placed already, an ancestor
-int appendTextChild(XMLNode* parent, const char* name, const char* text);
-int appendIntegerChild(XMLNode* parent, const char* name, int32_t value);
-int setAttribute(XMLNode* element, const char* name, const char* value); // replaces one of the same name
+[[nodiscard]] int appendChild(XMLNode* parent,
+                              XMLNode* child); // as the last; 1 also: other document, placed already, an ancestor
+[[nodiscard]] int appendTextChild(XMLNode* parent, const char* name, const char* text);
+[[nodiscard]] int appendIntegerChild(XMLNode* parent, const char* name, int32_t value);
+[[nodiscard]] int setAttribute(XMLNode* element, const char* name, const char* value); // replaces one of the same name
 // 1 also: no such attribute (the value is then empty), or longer than size - 1 (cut between characters).
 int getAttribute(const XMLNode* element, const char* name, char* value, size_t size);
 
@@ -53,11 +56,11 @@ XMLNode* findXmlNode(XMLNode* within, const char* name);
 XMLNode* findNextXmlNode(XMLNode* within, XMLNode* after, const char* name);
 
 // At most 16 MiB, 64 levels, no document type. NULL: getErrorText tells why. A NULL work area is accepted.
-XMLDoc* parseText(XMLWorkArea* workArea, const char* text);
+[[nodiscard]] XMLDoc* parseText(XMLWorkArea* workArea, const char* text);
 const char* getErrorText(const XMLWorkArea* workArea); // of the last call with this area; "" after a success
 
 // The whole document as one malloc'ed text, the caller's; NULL: no memory, no root, another encoding than "UTF-8",
 // another form than (0, 1): each element on its own line, with the declaration before the first.
-char* writeXMLEnhancedForBf(XMLWorkArea* workArea, const XMLDoc* document, const char* encoding, int compact,
-                            int declaration);
+[[nodiscard]] char* writeXMLEnhancedForBf(XMLWorkArea* workArea, const XMLDoc* document, const char* encoding,
+                                          int compact, int declaration);
 }

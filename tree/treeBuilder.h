@@ -4,4 +4,4 @@
 
 // Builds the RAID storage tree from oobMRCache: a document with the root "QPRaidStorageDeviceTree". The caller
 // owns it. NULL: no memory.
-XMLDoc* getRSTfromCache();
+[[nodiscard]] XMLDoc* getRSTfromCache();

@@ -116,8 +116,8 @@ constexpr auto SENSOR_FORMS = tableOf<EnclosureElement, SENSOR_PARAM_COUNT>({
     {SENSOR_LOCATION, [](E e, A a) { raid_GetEnclosureSensorLocation(getModel(*e.info).code, e.status, e.index, a.text, a.size); }},
     {SENSOR_CRITICAL_LOW, [](E e, A a) { formThreshold(e, 3, a); }},
     {SENSOR_WARNING_HIGH, [](E e, A a) { formThreshold(e, 1, a); }},
-    {SENSOR_CRITICAL_LOW_2, [](E e, A a) { formThreshold(e, 2, a); }},
-    {SENSOR_WARNING_HIGH_2, [](E e, A a) { formThreshold(e, 0, a); }},
+    {SENSOR_WARNING_LOW, [](E e, A a) { formThreshold(e, 2, a); }},
+    {SENSOR_CRITICAL_HIGH, [](E e, A a) { formThreshold(e, 0, a); }},
     {SENSOR_STATUS, [](E e, A a) { put(a, raid_GetEnclosureTempStatusString(e.status, e.index)); }},
     {SENSOR_TEMPERATURE, formTemperature},
 });

@@ -61,7 +61,7 @@ void build(Input& input) {
                        findXmlNode(document->documentElement, name.c_str()) != nullptr,
                    "what was appended is found");
         } else {
-            appendTextChild(at, name.c_str(), text.c_str());
+            (void)appendTextChild(at, name.c_str(), text.c_str());
         }
     }
     writeAndReadBack(document);

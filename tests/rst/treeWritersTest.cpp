@@ -27,8 +27,8 @@ constexpr char NO_LOCK[] = "/var/pipe.xml";
 Document makeDocument(const std::string& value) {
     Document document(createXMLDoc(), freeXMLDoc);
     XMLNode* root = createElement("R");
-    setDocumentElement(document.get(), root);
-    appendTextChild(root, "A", value.c_str());
+    (void)setDocumentElement(document.get(), root);
+    (void)appendTextChild(root, "A", value.c_str());
     return document;
 }
 
