@@ -81,7 +81,7 @@ void noteUnusualCount(const char* what, uint32_t count, const LCMParamValue& las
     localtime_r(&now, &local);
     char clock[8] = "";
     strftime(clock, sizeof clock, "%R", &local);
-    fprintf(file, "%s, %s = %d (%x), output = %llx, length = %d\n", clock, what, int(count), count,
+    fprintf(file, "%s, %s = %u (%x), output = %llx, length = %d\n", clock, what, count, count,
             static_cast<unsigned long long>(last.number), int(last.length));
     fclose(file);
 }
