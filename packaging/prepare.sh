@@ -13,9 +13,13 @@ build   header   expat.h                 libexpat1-dev
 build   header   gtest/gtest.h           libgtest-dev
 build   header   gmock/gmock.h           libgmock-dev
 build   command  python3                 python3
+build   header   pugixml.hpp             libpugixml-dev
+build   header   CLI/CLI.hpp             libcli11-dev
 build   command  xmllint                 libxml2-utils
 test    command  /usr/sbin/snmpd         snmpd
 test    command  snmpget                 snmp
+test    command  promtool                prometheus
+test    command  mandoc                  mandoc
 checks  command  git                     git
 checks  command  readelf                 binutils
 checks  command  strace                  strace
@@ -28,7 +32,6 @@ coverage command gcovr                   gcovr
 fuzz    command  clang++-14              clang-14
 fuzz    file     /usr/lib/llvm-14/lib/clang/14*/lib/linux/libclang_rt.fuzzer-*.a libclang-rt-14-dev
 bench   header   benchmark/benchmark.h   libbenchmark-dev
-bench   header   pugixml.hpp             libpugixml-dev
 bench   command  valgrind                valgrind
 bench   command  arm-linux-gnueabihf-g++ g++-arm-linux-gnueabihf
 '
