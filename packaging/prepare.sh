@@ -18,11 +18,11 @@ build   header   CLI/CLI.hpp             libcli11-dev
 build   command  xmllint                 libxml2-utils
 test    command  /usr/sbin/snmpd         snmpd
 test    command  snmpget                 snmp
-test    command  promtool                prometheus
-test    command  mandoc                  mandoc
 checks  command  git                     git
 checks  command  readelf                 binutils
 checks  command  strace                  strace
+checks  command  promtool                prometheus
+checks  command  mandoc                  mandoc
 checks  command  clang-format-14         clang-format-14
 checks  command  run-clang-tidy-14       clang-tidy-14
 armhf   command  arm-linux-gnueabihf-g++ g++-arm-linux-gnueabihf
@@ -67,8 +67,8 @@ quietly() { # LOG COMMAND...
     return 1
 }
 
-# As root. Programs are wanted, not services: a policy that forbids to start them stands meanwhile, and the one
-# service among the packages is not started later either.
+# As root. Programs are wanted, not services: a policy that forbids to start them stands meanwhile, and the
+# services among the packages are not started later either.
 # shellcheck disable=SC2016 # it expands in its own shell
 readonly INSTALL='
     PATH=$PATH:/usr/sbin:/sbin
@@ -83,7 +83,9 @@ readonly INSTALL='
     # The lists may be old or none; where they cannot be renewed, those that are there may do.
     $aptGet update || echo "The package lists could not be renewed."
     $aptGet install --no-install-recommends "$@" || exit
-    [[ " $* " != *" snmpd "* ]] || update-rc.d snmpd disable || echo "snmpd may start with the system."
+    for service in snmpd prometheus; do
+        [[ " $* " != *" $service "* ]] || update-rc.d $service disable || echo "$service may start with the system."
+    done
 '
 
 installMissing() { # STAGE...

@@ -32,9 +32,12 @@ std::string label(std::string_view name, const std::string& value) {
 struct Family {
     std::string name, help, type, samples;
 
-    void add(const std::string& labels, std::string_view value) {
+    void add(std::string_view labels, std::string_view value) { add(labels, "", value); }
+    void add(std::string_view labels, std::string_view more, std::string_view value) {
         samples += name;
-        if (!labels.empty()) samples.append("{").append(labels).append("}");
+        const bool hasBoth = !labels.empty() && !more.empty();
+        if (!labels.empty() || !more.empty())
+            samples.append("{").append(labels).append(hasBoth ? "," : "").append(more).append("}");
         samples.append(" ").append(value).append("\n");
     }
 };
@@ -46,11 +49,12 @@ class Metrics {
         if (isNew) families_.push_back({name, help, type, ""});
         return families_[entry->second];
     }
-    std::string text() const {
+    std::string take() {
         std::string all;
-        for (const Family& family : families_) {
+        for (Family& family : families_) {
             all += "# HELP " + family.name + " " + family.help + "\n# TYPE " + family.name + " " + family.type + "\n";
             all += family.samples;
+            std::string().swap(family.samples); // there is much of it
         }
         return all;
     }
@@ -71,18 +75,14 @@ std::string placeLabels(const char* kind, const Place& place) {
     return labels;
 }
 
-std::string withLabel(const std::string& labels, const std::string& more) {
-    return labels.empty() || more.empty() ? labels + more : labels + "," + more;
-}
-
 // The series of one kind of objects. What is the same for all of them is made once.
 template <class Record>
 class KindMetrics {
   public:
     KindMetrics(Metrics& metrics, const States& states) : kind_(snakeCase(kindName<Record>())), metrics_(metrics) {
         for (const Field<Record>& field : fieldsOf<Record>()) {
+            std::vector<std::pair<std::string, std::string>>& known = columns_.emplace_back().known;
             if (field.use != Use::state && field.use != Use::summary) continue;
-            std::vector<std::pair<std::string, std::string>>& known = known_[field.key];
             const auto texts = states.texts.find(std::string(kindName<Record>()) + "." + field.key);
             if (texts == states.texts.end()) continue;
             for (const auto& [state, meaning] : texts->second) known.emplace_back(state, label("state", state));
@@ -92,40 +92,50 @@ class KindMetrics {
     void add(const Record& record, const Place& place) {
         const std::string labels = placeLabels(kindName<Record>(), place);
         std::string info = labels;
+        Column* column = columns_.data();
         for (const Field<Record>& field : fieldsOf<Record>()) {
             if (field.use == Use::identity)
                 addInfo(record, field, place, info);
             else if (field.use == Use::state || field.use == Use::summary)
-                addState(record, field, labels);
+                addState(record, field, labels, *column);
             else if (field.use == Use::measured || field.use == Use::counted || field.use == Use::size)
-                addNumber(record, field, labels);
+                addNumber(record, field, labels, *column);
+            ++column;
         }
         if constexpr (!std::is_same_v<Record, Summary>)
             metrics_.family("raid_" + kind_ + "_info", "What the " + kind_ + " is.").add(info, "1");
     }
 
   private:
+    struct Column {
+        Family* family = nullptr;
+        std::vector<std::pair<std::string, std::string>> known; // states, each with its label
+    };
+
     void addInfo(const Record& record, const Field<Record>& field, const Place& place, std::string& labels) {
         const std::string name = snakeCase(field.key);
         const bool isPlace = (name == "enclosure" && place.enclosure) || name == "adapter" || name == kind_;
         const std::string text = fieldText(record, field);
-        if (!isPlace && !text.empty()) labels = withLabel(labels, label(name, text));
+        if (!isPlace && !text.empty()) labels += (labels.empty() ? "" : ",") + label(name, text);
     }
 
-    void addState(const Record& record, const Field<Record>& field, const std::string& labels) {
-        Family& family = metrics_.family("raid_" + kind_ + "_" + snakeCase(field.key),
-                                         "The " + fieldTitle(field.key) + " of the " + kind_ + ", 1 for what it is.");
+    void addState(const Record& record, const Field<Record>& field, const std::string& labels, Column& column) {
+        if (column.family == nullptr)
+            column.family =
+                &metrics_.family("raid_" + kind_ + "_" + snakeCase(field.key),
+                                 "The " + fieldTitle(field.key) + " of the " + kind_ + ", 1 for what it is.");
+        Family& family = *column.family;
         const std::string now = fieldText(record, field);
         bool isKnown = false;
-        for (const auto& [state, stateLabel] : known_[field.key]) {
+        for (const auto& [state, stateLabel] : column.known) {
             const bool isIt = state == now;
             isKnown = isKnown || isIt;
-            family.add(withLabel(labels, stateLabel), isIt ? "1" : "0");
+            family.add(labels, stateLabel, isIt ? "1" : "0");
         }
-        if (!isKnown) family.add(withLabel(labels, label("state", now.empty() ? "(not told)" : now)), "1");
+        if (!isKnown) family.add(labels, label("state", now.empty() ? "(not told)" : now), "1");
     }
 
-    void addNumber(const Record& record, const Field<Record>& field, const std::string& labels) {
+    void addNumber(const Record& record, const Field<Record>& field, const std::string& labels, Column& column) {
         std::array<char, 32> digits{};
         if (const auto* whole = std::get_if<Number Record::*>(&field.member); whole != nullptr && record.**whole)
             snprintf(digits.data(), digits.size(), "%lld", static_cast<long long>(*(record.**whole)));
@@ -133,14 +143,16 @@ class KindMetrics {
             snprintf(digits.data(), digits.size(), "%.10g", *(record.**real));
         if (digits[0] == 0) return;
         const bool isCounter = field.use == Use::counted;
-        const std::string name = "raid_" + kind_ + "_" + snakeCase(field.key) + (isCounter ? "_total" : "");
-        metrics_.family(name, "The " + fieldTitle(field.key) + " of the " + kind_ + ".", isCounter ? "counter" : "gauge")
-            .add(labels, digits.data());
+        if (column.family == nullptr)
+            column.family = &metrics_.family("raid_" + kind_ + "_" + snakeCase(field.key) + (isCounter ? "_total" : ""),
+                                             "The " + fieldTitle(field.key) + " of the " + kind_ + ".",
+                                             isCounter ? "counter" : "gauge");
+        column.family->add(labels, digits.data());
     }
 
     std::string kind_;
     Metrics& metrics_;
-    std::unordered_map<std::string, std::vector<std::pair<std::string, std::string>>> known_;
+    std::vector<Column> columns_; // one for each field
 };
 
 // The series of all kinds.
@@ -183,7 +195,7 @@ void addProblems(Metrics& metrics, const std::vector<Problem>& problems) {
 std::string renderMetrics(const Report* report, const States& states) {
     Metrics metrics;
     metrics.family("raid_read_success", "Whether the tree could be read.").add("", report != nullptr ? "1" : "0");
-    if (report == nullptr) return metrics.text();
+    if (report == nullptr) return metrics.take();
     if (const auto& update = report->update) {
         metrics.family("raid_update_time_seconds", "When the daemon's last update was, since 1970.")
             .add("", std::to_string(update->seconds));
@@ -194,7 +206,7 @@ std::string renderMetrics(const Report* report, const States& states) {
     metrics.family("raid_server_info", "The server.").add(label("server", report->server.name), "1");
     addProblems(metrics, report->problems);
     visitServer(report->server, AllKinds(metrics, states));
-    return metrics.text();
+    return metrics.take();
 }
 
 } // namespace raidtree
