@@ -285,7 +285,8 @@ int main(int argc, char** argv) {
         for (const auto& [name, run] : WORDS)
             if (app.got_subcommand(name)) return run(arguments);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : trouble;
+        if (error.get_exit_code() == 0 || !isCheck) return app.exit(error) == 0 ? 0 : trouble;
+        fputs(checkUnknown(error.what()).text.c_str(), stdout);
     } catch (const std::exception& error) {
         fprintf(stderr, "raidtree: %s\n", error.what());
     }

@@ -342,6 +342,7 @@ Server Reader::readSystem(const pugi::xml_node& system) {
     return server;
 }
 
+// Reading in place moves characters within a text, never a line's end across a tag.
 std::string lineOf(const std::string& text, ptrdiff_t offset) {
     const auto end = text.begin() + std::clamp<ptrdiff_t>(offset, 0, static_cast<ptrdiff_t>(text.size()));
     return "line " + std::to_string(std::count(text.begin(), end, '\n') + 1);
@@ -349,11 +350,12 @@ std::string lineOf(const std::string& text, ptrdiff_t offset) {
 
 } // namespace
 
-Server parseServer(const std::string& text, const std::string& name) {
+Server parseServer(std::string text, const std::string& name) {
     const auto refuse = [&](const std::string& why) { throw InputError((name == "-" ? "standard input" : name) + ": " + why); };
     constexpr unsigned OPTIONS = pugi::parse_default | pugi::parse_trim_pcdata;
     pugi::xml_document document;
-    const pugi::xml_parse_result result = document.load_buffer(text.data(), text.size(), OPTIONS, pugi::encoding_utf8);
+    const pugi::xml_parse_result result =
+        document.load_buffer_inplace(text.data(), text.size(), OPTIONS, pugi::encoding_utf8);
     if (!result && document.document_element().empty()) refuse("not XML");
     if (!result) refuse("not well-formed XML: " + lineOf(text, result.offset) + ", " + result.description());
 

@@ -32,12 +32,9 @@ std::string label(std::string_view name, const std::string& value) {
 struct Family {
     std::string name, help, type, samples;
 
-    void add(std::string_view labels, std::string_view value) { add(labels, "", value); }
-    void add(std::string_view labels, std::string_view more, std::string_view value) {
+    void add(std::string_view labels, std::string_view value) {
         samples += name;
-        const bool hasBoth = !labels.empty() && !more.empty();
-        if (!labels.empty() || !more.empty())
-            samples.append("{").append(labels).append(hasBoth ? "," : "").append(more).append("}");
+        if (!labels.empty()) samples.append("{").append(labels).append("}");
         samples.append(" ").append(value).append("\n");
     }
 };
@@ -51,6 +48,9 @@ class Metrics {
     }
     std::string take() {
         std::string all;
+        size_t size = 0;
+        for (const Family& family : families_) size += 2 * family.name.size() + family.samples.size() + 128;
+        all.reserve(size);
         for (Family& family : families_) {
             all += "# HELP " + family.name + " " + family.help + "\n# TYPE " + family.name + " " + family.type + "\n";
             all += family.samples;
@@ -81,11 +81,13 @@ class KindMetrics {
   public:
     KindMetrics(Metrics& metrics, const States& states) : kind_(snakeCase(kindName<Record>())), metrics_(metrics) {
         for (const Field<Record>& field : fieldsOf<Record>()) {
-            std::vector<std::pair<std::string, std::string>>& known = columns_.emplace_back().known;
+            Column& column = columns_.emplace_back();
+            column.label = snakeCase(field.key);
             if (field.use != Use::state && field.use != Use::summary) continue;
             const auto texts = states.texts.find(std::string(kindName<Record>()) + "." + field.key);
             if (texts == states.texts.end()) continue;
-            for (const auto& [state, meaning] : texts->second) known.emplace_back(state, label("state", state));
+            for (const auto& [state, meaning] : texts->second)
+                column.known.emplace_back(state, label("state", state) + "} ");
         }
     }
 
@@ -95,7 +97,7 @@ class KindMetrics {
         Column* column = columns_.data();
         for (const Field<Record>& field : fieldsOf<Record>()) {
             if (field.use == Use::identity)
-                addInfo(record, field, place, info);
+                addInfo(record, field, place, *column, info);
             else if (field.use == Use::state || field.use == Use::summary)
                 addState(record, field, labels, *column);
             else if (field.use == Use::measured || field.use == Use::counted || field.use == Use::size)
@@ -107,32 +109,34 @@ class KindMetrics {
     }
 
   private:
-    struct Column {
-        Family* family = nullptr;
-        std::vector<std::pair<std::string, std::string>> known; // states, each with its label
+    struct Column { // of a field
+        std::string label;
+        Family* family = nullptr;                               // once it has samples
+        std::vector<std::pair<std::string, std::string>> known; // states, each with the end of its sample's name
     };
 
-    void addInfo(const Record& record, const Field<Record>& field, const Place& place, std::string& labels) {
-        const std::string name = snakeCase(field.key);
-        const bool isPlace = (name == "enclosure" && place.enclosure) || name == "adapter" || name == kind_;
+    static void addInfo(const Record& record, const Field<Record>& field, const Place& place, const Column& column,
+                        std::string& labels) {
+        const bool isPlace = column.label == "enclosure" && place.enclosure;
         const std::string text = fieldText(record, field);
-        if (!isPlace && !text.empty()) labels += (labels.empty() ? "" : ",") + label(name, text);
+        if (!isPlace && !text.empty()) labels += (labels.empty() ? "" : ",") + label(column.label, text);
     }
 
     void addState(const Record& record, const Field<Record>& field, const std::string& labels, Column& column) {
         if (column.family == nullptr)
             column.family =
-                &metrics_.family("raid_" + kind_ + "_" + snakeCase(field.key),
+                &metrics_.family("raid_" + kind_ + "_" + column.label,
                                  "The " + fieldTitle(field.key) + " of the " + kind_ + ", 1 for what it is.");
         Family& family = *column.family;
         const std::string now = fieldText(record, field);
+        const std::string begin = family.name + "{" + labels + (labels.empty() ? "" : ",");
         bool isKnown = false;
-        for (const auto& [state, stateLabel] : column.known) {
+        for (const auto& [state, end] : column.known) {
             const bool isIt = state == now;
             isKnown = isKnown || isIt;
-            family.add(labels, stateLabel, isIt ? "1" : "0");
+            family.samples.append(begin).append(end).append(isIt ? "1\n" : "0\n");
         }
-        if (!isKnown) family.add(labels, label("state", now.empty() ? "(not told)" : now), "1");
+        if (!isKnown) family.samples.append(begin + label("state", now.empty() ? "(not told)" : now) + "} 1\n");
     }
 
     void addNumber(const Record& record, const Field<Record>& field, const std::string& labels, Column& column) {
@@ -144,7 +148,7 @@ class KindMetrics {
         if (digits[0] == 0) return;
         const bool isCounter = field.use == Use::counted;
         if (column.family == nullptr)
-            column.family = &metrics_.family("raid_" + kind_ + "_" + snakeCase(field.key) + (isCounter ? "_total" : ""),
+            column.family = &metrics_.family("raid_" + kind_ + "_" + column.label + (isCounter ? "_total" : ""),
                                              "The " + fieldTitle(field.key) + " of the " + kind_ + ".",
                                              isCounter ? "counter" : "gauge");
         column.family->add(labels, digits.data());

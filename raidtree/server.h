@@ -124,7 +124,7 @@ struct InputError : std::runtime_error {
 Server readServer(const std::string& path);
 
 // The same for a text that has been read already; `name` stands for the path in messages.
-Server parseServer(const std::string& text, const std::string& name);
+Server parseServer(std::string text, const std::string& name);
 
 // The text of the file, whole to its last line, not looked into any further. Throws InputError.
 std::string readTreeText(const std::string& path);

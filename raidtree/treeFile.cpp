@@ -29,6 +29,7 @@ struct OpenFile {
             if (S_ISDIR(entry.st_mode)) fail(path, "a directory");
             isFile = S_ISREG(entry.st_mode);
             if (isFile && static_cast<uint64_t>(entry.st_size) > LARGEST) fail(path, "larger than 32 MiB");
+            size = isFile ? static_cast<size_t>(entry.st_size) : 0;
         }
         if (!isFile) fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) & ~O_NONBLOCK); // a pipe is waited for
     }
@@ -53,12 +54,13 @@ struct OpenFile {
 
     int fd;
     bool isFile = false;
+    size_t size = 0; // as far as it is known
 };
 
 std::string readAll(const OpenFile& file, const std::string& path) {
     std::string text;
     for (size_t length = 0;; text.resize(length)) {
-        text.resize(length + 65536 + length / 2);
+        text.resize(length == 0 ? file.size + 4096 : length + 4096 + length / 2);
         const ssize_t count = read(file.fd, text.data() + length, text.size() - length);
         if (count == -1 && errno == EINTR) continue;
         if (count == -1) refuse(path, strerror(errno));
