@@ -24,7 +24,7 @@ sim::Answer<int> formatted(char* text, size_t length) {
 } // namespace
 
 int etcGetDate(int64_t seconds, char* text, size_t size) {
-    return sim::call("etcGetDate", {seconds, size}, NOT_DONE, [&] {
+    return sim::call("etcGetDate", {seconds, size}, NOT_DONE, {text, size, true}, [&] {
         tm local = {};
         const bool known = text != nullptr && localTime(seconds, local);
         return formatted(text, known ? strftime(text, size, "%Y-%m-%d", &local) : 0);
@@ -32,7 +32,7 @@ int etcGetDate(int64_t seconds, char* text, size_t size) {
 }
 
 int etcGetDateAndTime(int64_t seconds, char* text, size_t size) {
-    return sim::call("etcGetDateAndTime", {seconds, size}, NOT_DONE, [&] {
+    return sim::call("etcGetDateAndTime", {seconds, size}, NOT_DONE, {text, size, true}, [&] {
         tm local = {};
         const bool known = text != nullptr && localTime(seconds, local);
         return formatted(text, known ? strftime(text, size, "%Y-%m-%d %H:%M:%S", &local) : 0);

@@ -14,8 +14,8 @@
 namespace {
 
 constexpr size_t REQUEST_SIZE = 48;
-constexpr size_t HEADER_SIZE = 64;
-constexpr size_t HEADER_LENGTH_OFFSET = 8;
+constexpr size_t HEADER_SIZE = sim::DQMI_HEADER_SIZE;
+constexpr size_t HEADER_LENGTH_OFFSET = sim::DQMI_LENGTH_OFFSET;
 constexpr size_t HEADER_STATUS_OFFSET = 28;
 constexpr int FAILED = -1;
 
@@ -61,6 +61,14 @@ void* copyAnswer(const sim::Dqmi& dqmi, const sim::Fault& fault) {
     return block;
 }
 
+// Of the answer, as its header says, no more than there is.
+size_t recordedLength(const sim::Dqmi& dqmi, const void* header) {
+    uint32_t length = 0;
+    memcpy(&length, static_cast<const uint8_t*>(header) + HEADER_LENGTH_OFFSET, sizeof length);
+    const size_t block = dqmi.answer ? dqmi.answer->size() : 0;
+    return std::min<size_t>({length, block, sim::LONGEST_RECORDED_VALUE});
+}
+
 } // namespace
 
 int OpenDQMIConnection(void) {
@@ -84,6 +92,9 @@ int ReadReceivedDQMImessage(int transaction, void* header, void** data) {
         if (!readable || header == nullptr || data == nullptr) return sim::Answer<int>{FAILED};
         fillHeader(*machine->dqmi, fault, header);
         *data = copyAnswer(*machine->dqmi, fault);
-        return sim::Answer<int>{0, {header, HEADER_SIZE}};
+        sim::CallOutput output{header, HEADER_SIZE};
+        output.more = *data;
+        output.moreSize = recordedLength(*machine->dqmi, header);
+        return sim::Answer<int>{0, output};
     });
 }

@@ -20,6 +20,8 @@ constexpr uint8_t NET_FN_APP = 0x18; // network function 6 for logical unit 0
 constexpr uint8_t GET_USER_ACCESS = 0x44;
 constexpr uint8_t GET_USER_NAME = 0x46;
 
+constexpr size_t SETTING_COUNT = 3;
+
 constexpr int SENT = 0;
 constexpr int NOT_SENT = 1;
 
@@ -94,9 +96,8 @@ int LIBIPMI_HL_AMISetSNMPConf(IPMISession* session, uint8_t userId, uint8_t enab
                               int timeout) {
     const std::shared_ptr<const sim::Machine> machine = sim::currentMachine();
     const auto* described = findSettings(*machine, userId);
-    const size_t settingCount = described != nullptr ? described->size() - 1 : 0;
     const int result = session != nullptr && described != nullptr && settings != nullptr ? SENT : NOT_SENT;
     return sim::recordedCall("LIBIPMI_HL_AMISetSNMPConf",
-                             {userId, enable, sim::CallValue(settings, settingCount), timeout}, NOT_SENT,
+                             {userId, enable, sim::CallValue(settings, SETTING_COUNT), timeout}, NOT_SENT,
                              [&] { return sim::Answer<int>{result}; });
 }

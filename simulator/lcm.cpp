@@ -126,7 +126,7 @@ LCMParamEntry* makeTable(std::span<const sim::ParameterValue> values, const sim:
 } // namespace
 
 int LCMconfigSpaceRead(uint16_t id, uint16_t index, void* buffer, uint32_t length) {
-    return sim::call("LCMconfigSpaceRead", {id, index, length}, NOT_DONE, [&] {
+    return sim::call("LCMconfigSpaceRead", {id, index, length}, NOT_DONE, {buffer, length}, [&] {
         size_t copied = 0;
         return readItem(id, buffer, length, copied) ? sim::Answer<int>{DONE, {buffer, copied}}
                                                     : sim::Answer<int>{NOT_DONE};
@@ -148,7 +148,10 @@ LCMParamEntry* LCMParam_update(int refresh, const char* group, const char* name,
         const std::span<const sim::ParameterValue> values(described->data(), fault.empties() ? 0 : described->size());
         table = makeTable(values, fault);
         if (table != nullptr) *count = static_cast<uint32_t>(values.size());
-        return sim::Answer<int>{table != nullptr ? static_cast<int>(*count) : -1};
+        sim::CallOutput output;
+        output.values = table;
+        output.valueCount = *count;
+        return sim::Answer<int>{table != nullptr ? static_cast<int>(*count) : -1, output};
     });
     return table;
 }
@@ -169,5 +172,5 @@ int LCMipmiSendCmdC(uint8_t netFn, uint8_t command, uint32_t requestLength, cons
     };
     return sim::recordedCall("LCMipmiSendCmdC",
                              {netFn, command, requestLength, sim::CallValue(request, requestLength), responseLength},
-                             NOT_DONE, send);
+                             NOT_DONE, {response, responseLength}, send);
 }

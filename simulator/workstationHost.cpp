@@ -37,7 +37,8 @@ int hostSignal(pid_t pid, int signal) {
     const bool known = pid > 0 && sim::currentMachine()->processes.contains(pid);
     const int result = known ? kill(pid, signal) : 0;
     const int error = errno;
-    sim::logCall("hostSignal", {pid, signal}, result);
+    const sim::CallValue arguments[] = {pid, signal};
+    sim::logCall(sim::Share::Always, "hostSignal", arguments, result);
     errno = error;
     return result;
 }

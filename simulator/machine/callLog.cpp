@@ -1,86 +1,84 @@
 #include "simulator/machine/callLog.h"
 
 #include "simulator/machine/clock.h"
+#include "simulator/machine/faults.h"
 #include "simulator/machine/root.h"
 
-#include <cstdio>
+#include <atomic>
 #include <cstdlib>
-#include <cstring>
+#include <ctime>
 #include <exception>
+#include <fcntl.h>
+#include <string>
+#include <unistd.h>
 
 namespace sim {
 namespace {
 
-void appendHex(std::string& line, const unsigned char* bytes, size_t size) {
-    static constexpr char DIGITS[] = "0123456789abcdef";
-    line += '"';
-    for (size_t i = 0; i < size; ++i) {
-        line += DIGITS[bytes[i] >> 4];
-        line += DIGITS[bytes[i] & 15];
-    }
-    line += '"';
+constexpr char FORM_FILE[] = "trace";
+
+Recording settingOfForm() {
+    static const Recording setting = recordingWord(getenv("BMC_TRACE"), Recording::None);
+    return setting;
 }
 
-// Bytes outside ASCII are written as the characters of the same number, so that any text gives a valid line.
-void appendText(std::string& line, const char* text) {
-    line += '"';
-    for (; *text != 0; ++text) {
-        const auto byte = static_cast<unsigned char>(*text);
-        if (byte == '"' || byte == '\\') line += '\\';
-        if (byte >= 0x20 && byte < 0x7F) {
-            line += *text;
-        } else {
-            char escape[8];
-            snprintf(escape, sizeof escape, "\\u%04x", byte);
-            line += escape;
-        }
-    }
-    line += '"';
+uint64_t settingOfLimit() {
+    const char* text = getenv("BMC_CALLS_LIMIT");
+    if (text == nullptr) return 0;
+    const uint64_t limit = byteCount(text);
+    if (limit == 0) refuseToStart(std::string("BMC_CALLS_LIMIT=") + text + ": not a number of bytes, as 8M");
+    return limit;
+}
+
+CallRecorder& theRecorder() {
+    static CallRecorder& recorder = *[] {
+        auto* made = new CallRecorder; // outlives exit handlers
+        made->begin(simulatorFile("calls.jsonl").c_str(), settingOfLimit());
+        return made;
+    }();
+    return recorder;
+}
+
+// The first word of the file; a form without file is the setting's.
+Recording readForm() {
+    static const std::string& path = *new std::string(simulatorFile(FORM_FILE)); // outlives exit handlers
+    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (descriptor < 0) return settingOfForm();
+    char text[16] = {};
+    const ssize_t length = read(descriptor, text, sizeof text - 1);
+    close(descriptor);
+    for (char& character : text)
+        if (character == '\n' || character == ' ') character = 0;
+    return recordingWord(length > 0 ? text : nullptr, settingOfForm());
 }
 
 } // namespace
 
-void CallValue::appendTo(std::string& line) const {
-    switch (kind_) {
-    case Kind::Null: line += "null"; break;
-    case Kind::Number: line += std::to_string(number_); break;
-    case Kind::Text: appendText(line, static_cast<const char*>(data_)); break;
-    case Kind::Hex: appendHex(line, static_cast<const unsigned char*>(data_), size_); break;
-    }
+// The file is looked for once in a tick of the coarse clock, which costs no system call to read.
+Recording recordingNow() {
+    static std::atomic<int64_t> lookedAt{-1};
+    static std::atomic<Recording> form{Recording::None};
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    const int64_t tick = int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
+    if (lookedAt.exchange(tick) == tick) return form;
+    const NotCancelled guard;
+    form = readForm();
+    return form;
 }
 
-void logCall(const char* name, const CallValue* arguments, size_t count, CallValue result, CallOutput output) {
+void logCall(Share share, const char* name, std::span<const CallValue> arguments, CallValue result,
+             const CallOutput& output) {
+    if (!hasMachine()) return;
+    const Recording recording = recordingNow();
+    if (recording == Recording::None && share != Share::Always) return;
     try {
-        std::string line = "{\"time\": " + std::to_string(clockTime().seconds) + ", \"call\": ";
-        appendText(line, name);
-        line += ", \"args\": [";
-        for (size_t i = 0; i < count; ++i) {
-            if (i > 0) line += ", ";
-            arguments[i].appendTo(line);
-        }
-        line += "], \"result\": ";
-        result.appendTo(line);
-        if (output.data != nullptr) {
-            line += ", \"out\": ";
-            appendHex(line, static_cast<const unsigned char*>(output.data), output.size);
-        }
-        line += "}\n";
-        appendToSimulatorFile("calls.jsonl", line);
+        const NotCancelled guard;
+        theRecorder().record({clockTime().seconds, name, arguments.data(), arguments.size(), result, output}, recording,
+                             share);
     } catch (const std::exception&) { // no memory: the call goes unrecorded, the caller goes on
         return;
     }
-}
-
-void logCall(const char* name, std::initializer_list<CallValue> arguments, CallValue result, CallOutput output) {
-    logCall(name, arguments.begin(), arguments.size(), result, output);
-}
-
-bool tracing() {
-    static const bool enabled = [] {
-        const char* setting = getenv("BMC_TRACE");
-        return setting != nullptr && strcmp(setting, "1") == 0;
-    }();
-    return enabled;
 }
 
 } // namespace sim

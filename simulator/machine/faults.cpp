@@ -27,82 +27,13 @@ constexpr unsigned SLOW_SECONDS = 3;
 constexpr unsigned HANG_SECONDS = 1U << 30; // a piece of eternity
 
 constexpr LibraryCall LIBRARY_CALLS[] = {
-    {"raid_GetControllerList", 0},
-    {"raid_ReadControllerInfoRaw", 1},
-    {"raid_ControllerGetOperation", 1},
-    {"raid_GetControllerNumber", 1},
-    {"raid_ControllerGetBatteryStatus", 1},
-    {"raid_ControllerGetVirtualDiskStatus", 1},
-    {"ZEBRAID_DirectLibCommand", 1},
-    {"raid_GetErrorStatus", 0},
-    {"raid_GetPCIVendorName", 0},
-    {"raid_GetPatrolReadState", 0},
-    {"raid_GetBatteryType", 0},
-    {"raid_GetBatteryState", 0},
-    {"raid_GetBatteryAutoLearnMode", 0},
-    {"raid_GetControllerPDList", 1},
-    {"raid_GetSasConnectors", 1},
-    {"raid_GetEnclosureList", 1},
-    {"raid_PhysicalDeviceGetInfo", 2},
-    {"raid_FirePDSATAPassthru_Identify", 2},
-    {"raid_PhysicalDeviceGetPortNumber", 0},
-    {"raid_PhysicalDriveGetEnclosureNumber", 0},
-    {"raid_PhysicalDriveGetSasRotationalSpeed", 2},
-    {"raid_PhysicalDriveGetAtaRotationalSpeed", 2},
-    {"raid_PhysicalGetDriveTemperature", 2},
-    {"raid_GetDeviceInterfaceType", 0},
-    {"raid_GetHddFirmwareState", 0},
-    {"raid_GetHddPowerState", 0},
-    {"raid_LogicalDriveGetInfo", 2},
-    {"raid_LogicalDriveGetProgress", 2},
-    {"raid_GetRaidLevel", 0},
-    {"raid_GetStripeSize", 0},
-    {"raid_GetLogicalDriveCacheWritePolicy", 0},
-    {"raid_GetLogicalDriveCacheReadPolicy", 0},
-    {"raid_GetLogicalDriveCacheIoPolicy", 0},
-    {"raid_GetLogicalDriveAccessPolicy", 0},
-    {"raid_GetPhysicalDriveCachePolicy", 0},
-    {"raid_GetLogicalDriveState", 0},
-    {"raid_GetEnclosureStatusFunc", 2},
-    {"raid_GetEnclosureStatus", 0},
-    {"raid_EnclosureGetEnclosureNumber", 0},
-    {"raid_GetEnclosureTypeString", 0},
-    {"raid_IsDiagnosticPageValid", 2},
-    {"raid_ReceiveDiagnosticResults", 2},
-    {"raid_SkipKP23Descriptors", 0},
-    {"raid_GetEnclosureFanName", 0},
-    {"raid_GetEnclosureFanLocation", 0},
-    {"raid_GetEnclosureFanSpeedString", 0},
-    {"raid_GetEnclosureFanStatusString", 0},
-    {"raid_GetEnclosurePowerSupplyStatusString", 0},
-    {"raid_GetEnclosureSensorLocation", 0},
-    {"raid_GetEnclosureTemperatureThreshold", 2},
-    {"raid_GetEnclosureTempStatusString", 0},
-    {"raid_GetEnclosureTemperature", 0},
-    {"raid_StrncpyTrim", 0},
-    {"raid_swapBytes", 0},
-    {"LCMconfigSpaceRead", 0},
-    {"LCMconfigSpaceWrite", 0},
-    {"LCMParam_update", 0},
-    {"LCMParamDb_destroyParameterTable", 0},
-    {"LCMipmiSendCmdC", 0},
-    {"OpenDQMIConnection", 0},
-    {"OpenDQMItransaction", 0},
-    {"ReadReceivedDQMImessage", 0},
-    {"CSM_Init", 0},
-    {"updateSystemStatus", 0},
-    {"ProcMonitorRegister", 0},
-    {"ProcMonitorRegisterExt", 0},
-    {"ProcMonitorDeRegister", 0},
-    {"ipmiCreateLocalSession", 0},
-    {"ipmiCloseLocalSession", 0},
-    {"ipmiSendCmd", 0},
-    {"LIBIPMI_HL_AMIGetSNMPConf", 0},
-    {"LIBIPMI_HL_AMISetSNMPConf", 0},
-    {"etcGetDate", 0},
-    {"etcGetDateAndTime", 0},
-    {"etcGetDefaultLanChannelNumber", 0},
+#define LIBRARY_CALL_AS(signature, name, kind, result, identifiers, ...)                                               \
+    {#name, CallKind::kind, CallResult::result, identifiers},
+#include "simulator/record/libraryCalls.inc"
+#undef LIBRARY_CALL_AS
 };
+
+thread_local bool doesWithout = false;
 
 // Where records say how many of something they or others hold.
 struct CountField {
@@ -133,14 +64,6 @@ constexpr CountField COUNT_FIELDS[] = {
     {"LDS_OF_PD", 0, 4},
     {"page", 2, 2}, // the length of what follows
 };
-
-// A text that stays as long as the process, one for equal texts.
-const char* keep(std::string text) {
-    static std::mutex& mutex = *new std::mutex; // outlives exit handlers
-    static std::set<std::string>& kept = *new std::set<std::string>;
-    const std::lock_guard lock(mutex);
-    return kept.insert(std::move(text)).first->c_str();
-}
 
 // The same number gives the same byte for each index, in every run.
 uint8_t garbageByte(uint64_t number, size_t index) {
@@ -238,10 +161,33 @@ class CallCounter {
 
 } // namespace
 
+std::span<const LibraryCall> libraryCalls() {
+    return LIBRARY_CALLS;
+}
+
 const LibraryCall* findLibraryCall(std::string_view name) {
     const auto* found = std::find_if(std::begin(LIBRARY_CALLS), std::end(LIBRARY_CALLS),
                                      [&](const LibraryCall& call) { return call.name == name; });
     return found != std::end(LIBRARY_CALLS) ? found : nullptr;
+}
+
+bool hasMachine() {
+    return !doesWithout && getenv("BMC_ROOT") != nullptr; // there are functions that need none
+}
+
+WithoutMachine::WithoutMachine() {
+    doesWithout = true;
+}
+
+WithoutMachine::~WithoutMachine() {
+    doesWithout = false;
+}
+
+const char* keepText(std::string text) {
+    static std::mutex& mutex = *new std::mutex; // outlives exit handlers
+    static std::set<std::string>& kept = *new std::set<std::string>;
+    const std::lock_guard lock(mutex);
+    return kept.insert(std::move(text)).first->c_str();
 }
 
 void Fault::wait() const {
@@ -283,9 +229,9 @@ const char* Fault::spoiledText(const char* text) const {
     try {
         switch (kind_) {
         case FaultKind::Empty: return "";
-        case FaultKind::Short: return keep(std::string(text, strlen(text) / 2));
-        case FaultKind::Counts: return keep(std::string(longest, 'x'));
-        case FaultKind::Garbage: return keep(garbageText(callNumber_));
+        case FaultKind::Short: return keepText(std::string(text, strlen(text) / 2));
+        case FaultKind::Counts: return keepText(std::string(longest, 'x'));
+        case FaultKind::Garbage: return keepText(garbageText(callNumber_));
         default: return text;
         }
     } catch (const std::exception&) { // no memory
@@ -294,7 +240,7 @@ const char* Fault::spoiledText(const char* text) const {
 }
 
 Fault beginCall(std::string_view name, std::span<const CallValue> arguments) {
-    if (getenv("BMC_ROOT") == nullptr) return {};   // no machine: there are functions that need none
+    if (!hasMachine()) return {};
     static CallCounter& counter = *new CallCounter; // outlives exit handlers
     const Fault fault = counter.next(name, arguments);
     fault.wait();

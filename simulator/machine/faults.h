@@ -4,21 +4,41 @@
 
 #include "simulator/machine/callLog.h"
 #include "simulator/machine/machine.h"
+#include "simulator/record/libraryCalls.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace sim {
 
-// A function of the libraries; how many of its first arguments say whom it asks: the controller's id, then the
-// device's or the logical drive's.
+// A function of the libraries, as simulator/record/libraryCalls.inc has it; how many of its first arguments say whom
+// it asks: the controller's id, then the device's or the logical drive's.
 struct LibraryCall {
     std::string_view name;
+    CallKind kind;
+    CallResult result;
     size_t identifiers;
 };
+std::span<const LibraryCall> libraryCalls();
 const LibraryCall* findLibraryCall(std::string_view name); // NULL: there is none of this name
+
+// False: BMC_ROOT is not set, or this thread does without; a function then answers from its arguments alone, and no
+// call is counted or recorded.
+bool hasMachine();
+
+class WithoutMachine {
+  public:
+    WithoutMachine();
+    ~WithoutMachine();
+    WithoutMachine(const WithoutMachine&) = delete;
+    WithoutMachine& operator=(const WithoutMachine&) = delete;
+};
+
+// A text that stays as long as the process, one for equal texts.
+const char* keepText(std::string text);
 
 // The fault of one call; of most there is none, and nothing below then changes anything.
 class Fault {

@@ -89,6 +89,14 @@ struct FaultRule {
     FaultKind kind = FaultKind::None;
 };
 
+// What one call answers; answers.h says more.
+struct AnswerRule {
+    double number = 0;
+    std::optional<std::string> text;
+    std::optional<Bytes> output;
+};
+using AnswerRules = std::map<std::string, AnswerRule, std::less<>>; // by the arguments, as a record has them
+
 struct Machine {
     std::shared_ptr<const Controllers> controllers; // NULL: their list cannot be read
     std::map<uint16_t, Bytes> configSpace;
@@ -100,6 +108,7 @@ struct Machine {
     std::optional<Dqmi> dqmi;                              // nothing: no interface
     std::map<int32_t, std::vector<std::string>> processes; // command lines by process id
     std::vector<FaultRule> faults;
+    std::map<std::string, AnswerRules, std::less<>> answers; // by the function's name
 };
 
 // The newest good description; a change of the file is seen at once. Never NULL.

@@ -1,5 +1,6 @@
 #include "simulator/machine/machineReader.h"
 
+#include "simulator/machine/answersReader.h"
 #include "simulator/machine/faults.h"
 #include "simulator/machine/jsonNode.h"
 #include "simulator/machine/recordReader.h"
@@ -346,7 +347,8 @@ Machine readWhole(const Node& node) {
                  {"ipmi", [&](const Node& n) { readIpmi(n, machine.ipmi); }},
                  {"dqmi", [&](const Node& n) { machine.dqmi = readDqmi(n); }},
                  {"processes", [&](const Node& n) { readProcesses(n, machine.processes); }},
-                 {"faults", [&](const Node& n) { readFaults(n, machine.faults); }}});
+                 {"faults", [&](const Node& n) { readFaults(n, machine.faults); }},
+                 {"answers", [&](const Node& n) { readAnswers(n, machine); }}});
     return machine;
 }
 

@@ -8,7 +8,7 @@
 
 // Up to the first NUL, blanks cut at both ends.
 void raid_StrncpyTrim(char* destination, const char* source, size_t width) {
-    sim::outputCall("raid_StrncpyTrim", {sim::CallValue(source, width), width}, [&] {
+    sim::outputCall("raid_StrncpyTrim", {sim::CallValue(source, width), width}, {destination, width + 1, true}, [&] {
         const char* begin = source;
         const char* end = source + strnlen(source, width);
         while (begin != end && *begin == ' ') ++begin;
@@ -21,7 +21,7 @@ void raid_StrncpyTrim(char* destination, const char* source, size_t width) {
 }
 
 void raid_swapBytes(void* destination, const void* source, size_t count) {
-    sim::outputCall("raid_swapBytes", {sim::CallValue(source, count), count}, [&] {
+    sim::outputCall("raid_swapBytes", {sim::CallValue(source, count), count}, {destination, count}, [&] {
         if (count > 0) memmove(destination, source, count);
         auto* bytes = static_cast<uint8_t*>(destination);
         std::reverse(bytes, bytes + count);

@@ -40,7 +40,7 @@ constexpr sim::CodeText BATTERY_TYPES[] = {{0, "No Battery"},
 constexpr sim::CodeText AUTO_LEARN_MODES[] = {{0, "Automatic"}, {1, "Disabled"}, {2, "Warn Only"}, {3, "Manual"}};
 
 int readStatus(const char* name, uint32_t ctrlId, std::optional<int32_t> sim::Controller::*member, int32_t* status) {
-    return sim::call(name, {ctrlId}, sim::RAID_NOT_AVAILABLE, [&] {
+    return sim::call(name, {ctrlId}, sim::RAID_NOT_AVAILABLE, {status, sizeof *status}, [&] {
         const std::shared_ptr<const sim::Controller> controller = sim::findController(ctrlId);
         if (controller == nullptr) return sim::Answer<int>{sim::RAID_NOT_AVAILABLE};
         if (status == nullptr) return sim::Answer<int>{sim::RAID_BAD_ARGUMENT};
@@ -52,23 +52,24 @@ int readStatus(const char* name, uint32_t ctrlId, std::optional<int32_t> sim::Co
 }
 
 int readList(const char* name, uint32_t ctrlId, const char* record, void* list, size_t size) {
-    return sim::call(name, {ctrlId}, sim::RAID_NOT_AVAILABLE,
+    return sim::call(name, {ctrlId}, sim::RAID_NOT_AVAILABLE, {list, size},
                      [&] { return sim::readControllerRecord(ctrlId, record, list, size); });
 }
 
 } // namespace
 
 int raid_GetControllerList(SL_CTRL_LIST_T* list) {
-    return sim::call("raid_GetControllerList", {}, sim::RAID_NOT_AVAILABLE, [&] {
-        const std::shared_ptr<const sim::Controllers> controllers = sim::takeControllers();
-        if (controllers == nullptr) return sim::Answer<int>{sim::RAID_NOT_AVAILABLE};
-        if (list == nullptr) return sim::Answer<int>{sim::RAID_BAD_ARGUMENT};
-        const size_t listed = std::min(controllers->size(), std::size(list->ctrlId));
-        list->count = static_cast<uint32_t>(controllers->size());
-        for (size_t i = 0; i < listed; ++i) list->ctrlId[i] = (*controllers)[i].id;
-        const size_t written = offsetof(SL_CTRL_LIST_T, ctrlId) + listed * sizeof list->ctrlId[0];
-        return sim::Answer<int>{sim::RAID_OK, {list, written, "SL_CTRL_LIST_T"}};
-    });
+    return sim::answerCall(
+        sim::Share::EachTime, "raid_GetControllerList", {}, sim::RAID_NOT_AVAILABLE, {list, sizeof *list}, [&] {
+            const std::shared_ptr<const sim::Controllers> controllers = sim::takeControllers();
+            if (controllers == nullptr) return sim::Answer<int>{sim::RAID_NOT_AVAILABLE};
+            if (list == nullptr) return sim::Answer<int>{sim::RAID_BAD_ARGUMENT};
+            const size_t listed = std::min(controllers->size(), std::size(list->ctrlId));
+            list->count = static_cast<uint32_t>(controllers->size());
+            for (size_t i = 0; i < listed; ++i) list->ctrlId[i] = (*controllers)[i].id;
+            const size_t written = offsetof(SL_CTRL_LIST_T, ctrlId) + listed * sizeof list->ctrlId[0];
+            return sim::Answer<int>{sim::RAID_OK, {list, written, "SL_CTRL_LIST_T"}};
+        });
 }
 
 int raid_ReadControllerInfoRaw(uint32_t ctrlId, MR_CTRL_INFO* info) {
@@ -76,11 +77,12 @@ int raid_ReadControllerInfoRaw(uint32_t ctrlId, MR_CTRL_INFO* info) {
 }
 
 int raid_ControllerGetOperation(uint32_t ctrlId, uint32_t opcode, void* buffer, uint32_t length) {
-    return sim::call("raid_ControllerGetOperation", {ctrlId, opcode, length}, sim::RAID_NOT_AVAILABLE, [&] {
-        const sim::RecordLayout* layout = sim::findRecordLayout(opcode);
-        return layout != nullptr ? sim::readControllerRecord(ctrlId, layout->name, buffer, length)
-                                 : sim::Answer<int>{sim::RAID_NOT_AVAILABLE};
-    });
+    return sim::call("raid_ControllerGetOperation", {ctrlId, opcode, length}, sim::RAID_NOT_AVAILABLE, {buffer, length},
+                     [&] {
+                         const sim::RecordLayout* layout = sim::findRecordLayout(opcode);
+                         return layout != nullptr ? sim::readControllerRecord(ctrlId, layout->name, buffer, length)
+                                                  : sim::Answer<int>{sim::RAID_NOT_AVAILABLE};
+                     });
 }
 
 int raid_GetControllerNumber(uint32_t ctrlId) {
@@ -108,7 +110,7 @@ int ZEBRAID_DirectLibCommand(uint32_t ctrlId, SL_LIB_CMD_PARAM_T* packet, void* 
         return sim::Answer<int>{sim::RAID_NOT_SUPPORTED};
     };
     return sim::call("ZEBRAID_DirectLibCommand", {ctrlId, sim::CallValue(packet, PACKET_BYTES_BEFORE_POINTER), size},
-                     sim::RAID_NOT_AVAILABLE, answer);
+                     sim::RAID_NOT_AVAILABLE, {out, size}, answer);
 }
 
 const char* raid_GetErrorStatus(int status) {

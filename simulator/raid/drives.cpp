@@ -31,7 +31,7 @@ constexpr sim::CodeText POWER_STATES[] = {
 
 int readSpeed(const char* name, uint32_t ctrlId, uint16_t deviceId, std::optional<uint32_t> sim::Device::*member,
               uint32_t* rpm) {
-    return sim::call(name, {ctrlId, deviceId}, sim::RAID_NOT_AVAILABLE, [&] {
+    return sim::call(name, {ctrlId, deviceId}, sim::RAID_NOT_AVAILABLE, {rpm, sizeof *rpm}, [&] {
         const std::shared_ptr<const sim::Device> device = sim::findDevice(ctrlId, deviceId);
         if (rpm == nullptr) return sim::Answer<int>{sim::RAID_BAD_ARGUMENT};
         if (device == nullptr || !((*device).*member)) return sim::Answer<int>{sim::RAID_NOT_AVAILABLE};
@@ -41,7 +41,7 @@ int readSpeed(const char* name, uint32_t ctrlId, uint16_t deviceId, std::optiona
 }
 
 int readDrive(const char* name, uint32_t ctrlId, uint16_t deviceId, const char* record, void* buffer, size_t size) {
-    return sim::call(name, {ctrlId, deviceId}, sim::RAID_NOT_AVAILABLE,
+    return sim::call(name, {ctrlId, deviceId}, sim::RAID_NOT_AVAILABLE, {buffer, size},
                      [&] { return sim::readDeviceRecord(ctrlId, deviceId, record, buffer, size); });
 }
 

@@ -113,6 +113,10 @@ sim::CallOutput copyText(char* text, int size, const char* source) {
     return {text, strlen(text)};
 }
 
+sim::Room roomOf(char* text, int size) {
+    return {text, size > 0 ? static_cast<size_t>(size) : 0, true};
+}
+
 sim::CallValue block(const SL_ENCL_STATUS_T* status) {
     return {status, sizeof *status};
 }
@@ -126,7 +130,7 @@ int raid_GetEnclosureStatus(const SL_ENCL_STATUS_T* status) {
 void raid_GetEnclosureFanName(int modelCode, const SL_ENCL_STATUS_T* status, uint32_t fan, char* text, int size) {
     char name[32];
     snprintf(name, sizeof name, "Fan %llu", fan + 1ULL);
-    sim::outputCall("raid_GetEnclosureFanName", {modelCode, block(status), fan, size},
+    sim::outputCall("raid_GetEnclosureFanName", {modelCode, block(status), fan, size}, roomOf(text, size),
                     [&] { return copyText(text, size, name); });
 }
 
@@ -155,7 +159,7 @@ void raid_GetEnclosureSensorLocation(int modelCode, const SL_ENCL_STATUS_T* stat
     char number[32];
     snprintf(number, sizeof number, "Location %llu", sensor + 1ULL);
     const char* place = placeOf(modelCode, &ModelPlaces::sensors, sensor);
-    sim::outputCall("raid_GetEnclosureSensorLocation", {modelCode, block(status), sensor, size},
+    sim::outputCall("raid_GetEnclosureSensorLocation", {modelCode, block(status), sensor, size}, roomOf(text, size),
                     [&] { return copyText(text, size, place != nullptr ? place : number); });
 }
 
@@ -168,7 +172,8 @@ const char* raid_GetEnclosureTempStatusString(const SL_ENCL_STATUS_T* status, ui
 float raid_GetEnclosureTemperature(const SL_ENCL_STATUS_T* status, uint32_t sensor, uint16_t statusCode,
                                    const SL_ENCL_ELEMENT_T* element) {
     const int degrees = (element != nullptr ? element->ses[2] : 20) - 20;
-    return static_cast<float>(
-        sim::numberCall("raid_GetEnclosureTemperature",
-                        {block(status), sensor, statusCode, sim::CallValue(element, sizeof *element)}, 0, degrees));
+    return sim::call("raid_GetEnclosureTemperature",
+                     {block(status), sensor, statusCode, sim::CallValue(element, sizeof *element)}, sim::Real{0},
+                     [&] { return sim::Answer<sim::Real>{{static_cast<float>(degrees)}}; })
+        .value;
 }

@@ -66,15 +66,16 @@ int raid_IsDiagnosticPageValid(uint32_t ctrlId, uint16_t deviceId, uint8_t page)
 }
 
 int raid_ReceiveDiagnosticResults(uint32_t ctrlId, uint16_t deviceId, uint8_t page, void* buffer, uint32_t length) {
-    return sim::call("raid_ReceiveDiagnosticResults", {ctrlId, deviceId, page, length}, sim::RAID_NOT_AVAILABLE, [&] {
-        const std::shared_ptr<const sim::Device> device = sim::findDevice(ctrlId, deviceId);
-        const sim::Bytes* content = nullptr;
-        if (device != nullptr) {
-            const auto entry = device->pages.find(page);
-            if (entry != device->pages.end() && entry->second) content = &*entry->second;
-        }
-        return sim::readInto(content, "page", buffer, length);
-    });
+    return sim::call("raid_ReceiveDiagnosticResults", {ctrlId, deviceId, page, length}, sim::RAID_NOT_AVAILABLE,
+                     {buffer, length}, [&] {
+                         const std::shared_ptr<const sim::Device> device = sim::findDevice(ctrlId, deviceId);
+                         const sim::Bytes* content = nullptr;
+                         if (device != nullptr) {
+                             const auto entry = device->pages.find(page);
+                             if (entry != device->pages.end() && entry->second) content = &*entry->second;
+                         }
+                         return sim::readInto(content, "page", buffer, length);
+                     });
 }
 
 int raid_SkipKP23Descriptors(const void* page, uint32_t length, int offset, uint32_t count) {
@@ -98,5 +99,5 @@ int raid_GetEnclosureTemperatureThreshold(uint32_t ctrlId, uint16_t deviceId, ui
     };
     return sim::call("raid_GetEnclosureTemperatureThreshold",
                      {ctrlId, deviceId, sensor, sim::CallValue(status, sizeof *status)}, sim::RAID_NOT_AVAILABLE,
-                     answer);
+                     {thresholds, sizeof *thresholds}, answer);
 }

@@ -45,17 +45,18 @@ const char* raidLevel(uint8_t primaryLevel, uint8_t spanDepth, uint8_t drivesPer
 } // namespace
 
 int raid_LogicalDriveGetInfo(uint32_t ctrlId, uint8_t targetId, MR_LD_INFO* info) {
-    return sim::call("raid_LogicalDriveGetInfo", {ctrlId, targetId}, sim::RAID_NOT_AVAILABLE,
+    return sim::call("raid_LogicalDriveGetInfo", {ctrlId, targetId}, sim::RAID_NOT_AVAILABLE, {info, sizeof *info},
                      [&] { return sim::readLogicalDriveRecord(ctrlId, targetId, "MR_LD_INFO", info, sizeof *info); });
 }
 
 int raid_LogicalDriveGetProgress(uint32_t ctrlId, uint8_t targetId, MR_LD_PROGRESS* progress, uint32_t* secondWord) {
-    return sim::call("raid_LogicalDriveGetProgress", {ctrlId, targetId}, sim::RAID_NOT_AVAILABLE, [&] {
-        const sim::Answer<int> answer =
-            sim::readLogicalDriveRecord(ctrlId, targetId, "MR_LD_PROGRESS", progress, sizeof *progress);
-        if (answer.result == sim::RAID_OK && secondWord != nullptr) *secondWord = 0;
-        return answer;
-    });
+    return sim::call(
+        "raid_LogicalDriveGetProgress", {ctrlId, targetId}, sim::RAID_NOT_AVAILABLE, {progress, sizeof *progress}, [&] {
+            const sim::Answer<int> answer =
+                sim::readLogicalDriveRecord(ctrlId, targetId, "MR_LD_PROGRESS", progress, sizeof *progress);
+            if (answer.result == sim::RAID_OK && secondWord != nullptr) *secondWord = 0;
+            return answer;
+        });
 }
 
 const char* raid_GetRaidLevel(uint8_t primaryRaidLevel, uint8_t spanDepth, uint8_t drivesPerSpan) {

@@ -84,12 +84,8 @@ Fault beginCall(std::string_view /*name*/, std::span<const CallValue> /*argument
     return stays ? Fault(faults.rbegin()->second, call) : Fault();
 }
 
-bool tracing() {
-    return false;
-}
-
-void logCall(const char* /*name*/, const CallValue* /*arguments*/, size_t /*count*/, CallValue /*result*/,
-             CallOutput /*output*/) {}
+void logCall(Share /*share*/, const char* /*name*/, std::span<const CallValue> /*arguments*/, CallValue /*result*/,
+             const CallOutput& /*output*/) {}
 
 } // namespace sim
 

@@ -1,6 +1,8 @@
 #include "platform/appHelper.h"
+#include "platform/csm.h"
 #include "platform/host.h"
 #include "platform/storelib.h"
+#include "simulator/machine/root.h"
 #include "tests/daemon/base/outputs.h"
 
 #include <climits>
@@ -26,7 +28,7 @@ class HostProcess : public testing::Test {
     ~HostProcess() override { unsetenv("HOST_PROCESS_ROOT"); }
 
     void set(std::initializer_list<std::pair<const char*, const char*>> settings) const {
-        for (const char* name : {"BMC_SPEED", "BMC_TIME", "BMC_UNTIL", "BMC_TRACE"}) unsetenv(name);
+        for (const char* name : {"BMC_SPEED", "BMC_TIME", "BMC_UNTIL", "BMC_TRACE", "BMC_CALLS_LIMIT"}) unsetenv(name);
         setenv("BMC_ROOT", root.c_str(), 1);
         for (const auto& [name, value] : settings) setenv(name, value, 1);
     }
@@ -35,9 +37,11 @@ class HostProcess : public testing::Test {
         HostPathBuffer path;
         hostPath("/var", path);
         hostTime();
+        CSM_Init();
         _exit(0);
     }
     [[noreturn]] void call() const;
+    [[noreturn]] void callInEachForm() const;
 
     std::string root;
 };
@@ -55,6 +59,7 @@ TEST_F(HostProcess, endsWithAClearMessageOnSettingsThatCannotBeUsed) {
         {"BMC_SPEED", "fast", "BMC_SPEED=fast: neither"},
         {"BMC_TIME", "-5", "BMC_TIME=-5: not a number of seconds"},
         {"BMC_UNTIL", "1h", "BMC_UNTIL=1h: not a number of seconds"},
+        {"BMC_CALLS_LIMIT", "5X", "BMC_CALLS_LIMIT=5X: not a number of bytes"},
     };
     for (const auto& [name, value, message] : cases)
         EXPECT_EXIT(useFirst(name, value), testing::ExitedWithCode(2), message);
@@ -86,12 +91,56 @@ TEST_F(HostProcess, laysOutItsRootAndRecordsEveryCallWithItsInputsAndOutput) {
         EXPECT_TRUE(std::filesystem::is_directory(root + "/" + directory)) << directory;
     EXPECT_EQ(
         textOf(root + "/simulator/calls.jsonl"),
-        R"({"time": 5600, "call": "raid_ControllerGetOperation", "args": [7, 17236224, 16], "result": 0, "out": "01020000"}
+        R"({"time": 5600, "call": "raid_ControllerGetOperation", "args": [7, 17236224, 16], "result": 0, "out": "01020000000000000000000000000000"}
 {"time": 5600, "call": "raid_ControllerGetOperation", "args": [8, 17236224, 16], "result": 1}
 {"time": 5600, "call": "raid_GetLogicalDriveState", "args": [3], "result": "Optimal"}
 {"time": 5600, "call": "raid_StrncpyTrim", "args": ["206122c320", 5], "result": 0, "out": "6122c3"}
 {"time": 5600, "call": "etcGetDate", "args": [0, 3], "result": 1}
 )");
+}
+
+// Put in place when the clock that decides about the next look has gone on.
+void setForm(const char* word) {
+    placeFile(sim::simulatorFile("trace"), word);
+    timespec before = {};
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &before);
+    do clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    while (now.tv_nsec == before.tv_nsec);
+}
+
+void HostProcess::callInEachForm() const {
+    set({{"BMC_SPEED", "max"}, {"BMC_TRACE", "changes"}, {"BMC_CALLS_LIMIT", "1K"}});
+    MR_PD_INFO drive = {};
+    for (const char* form : {"", "0\n", "1", "changes", "none"}) {
+        if (*form != 0) setForm(form);
+        for (const uint8_t bitmap : {uint8_t{1}, uint8_t{1}, uint8_t{2}, uint8_t{1}}) {
+            drive.connectedPortBitmap = bitmap;
+            raid_PhysicalDeviceGetPortNumber(&drive, nullptr);
+        }
+        CSM_Init();
+        CSM_Init();
+    }
+    _exit(0);
+}
+
+TEST_F(HostProcess, recordsAsMuchAsIsAskedForInABoundedFile) {
+    std::filesystem::remove_all(root + "/simulator"); // what an earlier test has left
+    EXPECT_EXIT(callInEachForm(), testing::ExitedWithCode(0), "");
+    EXPECT_LE(std::filesystem::file_size(root + "/simulator/calls.jsonl"), 1200U);
+    const std::string calls = textOf(root + "/simulator/calls.jsonl.old") + textOf(root + "/simulator/calls.jsonl");
+    std::istringstream lines(calls);
+    std::string told;
+    for (std::string line; std::getline(lines, line);) {
+        EXPECT_EQ(line.find(std::string(256, '0')), std::string::npos) << "a record's bytes";
+        told += line.find("CSM_Init") != std::string::npos ? 'C' : line[line.find("result") + 9];
+    }
+    // First and changed answers, none, all, changes anew; with another word as BMC_TRACE says.
+    EXPECT_EQ(told, "01CC"
+                    "CC"
+                    "0010CC"
+                    "01CC"
+                    "CC");
 }
 
 } // namespace
