@@ -53,10 +53,12 @@ template <size_t ARGUMENT>
 struct OutOf {}; // filled
 template <size_t ARGUMENT>
 struct OutUpTo {}; // filled, as far as the Room says afterwards
-template <size_t ARGUMENT, size_t MORE = 0>
-struct OutText {};  // filled with a text and its NUL
-struct OutBlock {}; // given a block in the size of its type
-struct OutData {};  // given a block as long as the header before it says
+template <size_t ARGUMENT>
+struct OutText {}; // filled with a text and its NUL
+template <size_t ARGUMENT>
+struct OutTextAnd1 {}; // the same in a buffer of one byte more
+struct OutBlock {};    // given a block in the size of its type
+struct OutData {};     // given a block as long as the header before it says
 
 } // namespace role
 
