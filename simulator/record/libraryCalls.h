@@ -39,9 +39,9 @@ namespace role {
 
 struct In {}; // a number, a text, or a record in the size of its type
 template <size_t SIZE>
-struct Bytes {}; // a block that is read
+struct Block {}; // a block that is read
 template <size_t ARGUMENT>
-struct BytesOf {}; // the same
+struct BlockOf {}; // the same
 template <size_t ARGUMENT>
 struct Texts {}; // as many texts
 struct Room {};  // the size of a buffer before, of the answer after

@@ -95,11 +95,11 @@ void take(role::In /*role*/, const Arguments& arguments, Collected& call) {
     static_assert(!std::is_void_v<Type>);
 }
 template <size_t I, class Arguments, size_t SIZE>
-void take(role::Bytes<SIZE> /*role*/, const Arguments& arguments, Collected& call) {
+void take(role::Block<SIZE> /*role*/, const Arguments& arguments, Collected& call) {
     call.add({std::get<I>(arguments), SIZE});
 }
 template <size_t I, class Arguments, size_t ARGUMENT>
-void take(role::BytesOf<ARGUMENT> /*role*/, const Arguments& arguments, Collected& call) {
+void take(role::BlockOf<ARGUMENT> /*role*/, const Arguments& arguments, Collected& call) {
     call.add({std::get<I>(arguments), sizeAt<ARGUMENT>(arguments)});
 }
 template <size_t I, class Arguments, size_t ARGUMENT>
