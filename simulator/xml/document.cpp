@@ -8,8 +8,10 @@ namespace xmlParser {
 
 namespace {
 
-constexpr size_t FIRST_CHUNK_BYTES = 4096 - sizeof(Chunk);
-constexpr size_t LAST_CHUNK_BYTES = 16384 - sizeof(Chunk);
+// Chunks grow with the document: few for a large one, and little is left over in the last one of a small one.
+constexpr size_t LEAST_CHUNK_BYTES = 4096 - sizeof(Chunk);
+constexpr size_t MOST_CHUNK_BYTES = 131072 - sizeof(Chunk);
+constexpr size_t CHUNK_SHARE = 8;
 
 Document* g_youngest = nullptr;
 
@@ -17,8 +19,9 @@ Document* g_youngest = nullptr;
 
 void* allocateChunk(Document& document, size_t size) {
     // What would waste much of a chunk gets its own, and the one in use stays in use.
-    const bool alone = size > document.chunkBytes / 4;
-    const size_t bytes = alone ? size : document.chunkBytes;
+    const size_t chunkBytes = std::clamp(document.totalBytes / CHUNK_SHARE, LEAST_CHUNK_BYTES, MOST_CHUNK_BYTES);
+    const bool alone = size > chunkBytes / 4;
+    const size_t bytes = alone ? size : chunkBytes;
     void* memory = size < PTRDIFF_MAX - sizeof(Chunk) ? malloc(sizeof(Chunk) + bytes) : nullptr;
     if (!memory) return nullptr;
     auto* chunk = new (memory) Chunk{document.chunks};
@@ -28,7 +31,6 @@ void* allocateChunk(Document& document, size_t size) {
     if (alone) return start;
     document.free = start + size;
     document.freeBytes = bytes - size;
-    document.chunkBytes = std::min(2 * bytes + sizeof(Chunk), LAST_CHUNK_BYTES);
     return start;
 }
 
@@ -44,7 +46,6 @@ XMLDoc* createXMLDoc(void) {
     void* memory = malloc(sizeof(Document));
     if (!memory) return nullptr;
     auto* document = new (memory) Document{};
-    document->chunkBytes = FIRST_CHUNK_BYTES;
     // Differs from process to process, so that nobody can prepare names that share a slot.
     const auto ownAddress = uint64_t{reinterpret_cast<uintptr_t>(&g_youngest)};
     document->nameKey = ownAddress << 24 ^ reinterpret_cast<uintptr_t>(document);

@@ -79,8 +79,7 @@ struct Document {
     Chunk* chunks;
     char* free; // of the chunk in use
     size_t freeBytes;
-    size_t chunkBytes; // of the next chunk
-    size_t totalBytes;
+    size_t totalBytes; // of all chunks
     const char** names; // open addressing, a power of two of slots
     size_t nameSlots;
     size_t nameCount;

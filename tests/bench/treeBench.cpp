@@ -30,8 +30,10 @@ namespace {
 
 size_t g_heapBytes; // handed out; one thread
 size_t g_heapPeak;
+size_t g_heapBlocks; // handed out and not got back, as the bytes
 
 void* noted(void* block) {
+    ++g_heapBlocks;
     g_heapBytes += malloc_usable_size(block);
     g_heapPeak = std::max(g_heapPeak, g_heapBytes);
     return block;
@@ -48,10 +50,12 @@ void* calloc(size_t count, size_t size) {
 }
 void* realloc(void* block, size_t size) {
     g_heapBytes -= malloc_usable_size(block);
+    g_heapBlocks -= block != nullptr ? 1 : 0;
     return noted(__libc_realloc(block, size)); // memory is never short here
 }
 void free(void* block) {
     g_heapBytes -= malloc_usable_size(block);
+    g_heapBlocks -= block != nullptr ? 1 : 0;
     __libc_free(block);
 }
 // NOLINTEND(readability-inconsistent-declaration-parameter-name)
@@ -191,8 +195,9 @@ BENCHMARK(pugixmlTree)->Unit(benchmark::kMillisecond);
 void printHeap() {
     makeCache(CONTROLLERS, DRIVES);
     size_t before = g_heapBytes;
+    const size_t blocksBefore = g_heapBlocks;
     const Document document = makeDocument();
-    printf("ownDocument %zu\n", g_heapBytes - before);
+    printf("ownDocument %zu\nownBlocks %zu\n", g_heapBytes - before, g_heapBlocks - blocksBefore);
     const std::vector<Step> steps = stepsOf(document);
     before = g_heapBytes;
     pugi::xml_document theirs;
