@@ -81,7 +81,7 @@ template <const auto& kind, class Object>
 [[nodiscard]] int answerValue(int paramID, const Object* object, char* text, int size, int32_t* number) {
     static constexpr ValueRules rules = kind.rules;
     const int status = beginValue(rules, object != nullptr, text, size, number);
-    if (status != VALUE_OK) return status;
+    if (status != VALUE_OK || object == nullptr) return status;
     constexpr auto begin = kind.begin;
     if constexpr (begin != nullptr) begin(paramID, *object);
     Answer answer{{text, size}, *number};

@@ -79,7 +79,7 @@ struct Document {
     Chunk* chunks;
     char* free; // of the chunk in use
     size_t freeBytes;
-    size_t totalBytes; // of all chunks
+    size_t totalBytes;  // of all chunks
     const char** names; // open addressing, a power of two of slots
     size_t nameSlots;
     size_t nameCount;
