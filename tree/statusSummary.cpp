@@ -14,7 +14,7 @@ struct Verdict {
     const char* overall; // NULL: unchanged
 };
 
-struct ElementKind {
+struct JudgedKind {
     const char* name;
     std::span<const Verdict> verdicts; // the first that matches counts
     int (*compare)(const char*, const char*);
@@ -31,7 +31,7 @@ const char* getStatusText(const XMLNode* element) {
     return nullptr;
 }
 
-void judge(const XMLNode* element, const ElementKind& kind, const char*& ofKind, const char*& overall) {
+void judge(const XMLNode* element, const JudgedKind& kind, const char*& ofKind, const char*& overall) {
     const char* status = getStatusText(element);
     if (status == nullptr || *status == '\0') return;
     for (const Verdict& verdict : kind.verdicts) {
@@ -42,7 +42,7 @@ void judge(const XMLNode* element, const ElementKind& kind, const char*& ofKind,
     }
 }
 
-void judgeAll(XMLNode* within, const ElementKind& kind, const char*& ofKind, const char*& overall) {
+void judgeAll(XMLNode* within, const JudgedKind& kind, const char*& ofKind, const char*& overall) {
     for (XMLNode* element = findXmlNode(within, kind.name); element != nullptr;
          element = findNextXmlNode(within, element, kind.name))
         judge(element, kind, ofKind, overall);
@@ -69,9 +69,9 @@ StatusSummary computeSummaryStatus(XMLNode* root) {
         {raid_GetHddFirmwareState(MR_PD_STATE_HOT_SPARE), "OK", nullptr},
         {raid_GetHddFirmwareState(MR_PD_STATE_UNCONFIGURED_GOOD), "OK", nullptr},
     };
-    const ElementKind adapterKind = {"Adapter", adapterVerdicts, strcasecmp};
-    const ElementKind ldKind = {"LogicalDrive", ldVerdicts, strcmp};
-    const ElementKind pdKind = {"PhysicalDrive", pdVerdicts, strcmp};
+    const JudgedKind adapterKind = {"Adapter", adapterVerdicts, strcasecmp};
+    const JudgedKind ldKind = {"LogicalDrive", ldVerdicts, strcmp};
+    const JudgedKind pdKind = {"PhysicalDrive", pdVerdicts, strcmp};
 
     StatusSummary summary = {{"Operational", "OK", "Unknown", "Unknown", "Unknown"}};
     const char*& overall = summary.text[MX_STATUS_OVERALL];
