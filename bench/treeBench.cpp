@@ -1,12 +1,12 @@
 // What the tree costs, beside the same document by way of pugixml. Without arguments it measures times; with "heap"
 // it prints heap figures, with "update CONTROLLERS DRIVES" it makes one update for a profiler.
 
+#include "bench/constants.h"
 #include "cache/cacheBuild.h"
 #include "cache/cacheRelease.h"
 #include "rst/treeComparison.h"
 #include "rst/treeWriters.h"
 #include "rst/updateCycle.h"
-#include "tests/bench/constants.h"
 #include "tree/treeBuilder.h"
 
 #include <algorithm>

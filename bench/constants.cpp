@@ -1,4 +1,4 @@
-#include "tests/bench/constants.h"
+#include "bench/constants.h"
 
 #include "platform/appHelper.h"
 #include "platform/dqmi.h"
