@@ -140,7 +140,8 @@ class MachineWriter {
     }
 
     Json write() {
-        for (const History::Key& key : history_.order_) apply(key, history_.places_.at(key).changes.front().fact);
+        for (const History::Key& key : history_.order_)
+            if (!isDefault(key)) apply(key, history_.places_.at(key).changes.front().fact);
         for (const std::string& key : history_.answerOrder_) addAnswer(key);
         if (!history_.list_.changes.empty()) list_ = history_.list_.changes.front().fact.value;
         whole_["controllers"] = listed();
@@ -159,6 +160,18 @@ class MachineWriter {
     }
 
   private:
+    // What a machine file need not say, and never says otherwise. A page or a sensor that is null has a meaning.
+    bool isDefault(const History::Key& key) const {
+        const History::Place& place = history_.places_.at(key);
+        const Fact& fact = place.changes.front().fact;
+        if (place.changes.size() > 1 || fact.kind != Fact::Kind::Value) return false;
+        if (fact.value.is_null()) return key.path.size() < 2 || !isListed(key.path[key.path.size() - 2]);
+        if (key.path == Path{"dqmi", "connection"})
+            return fact.value == -1 && !history_.knows({"dqmi", "read"}) && !history_.knows({"dqmi", "open"});
+        return key.path.front() == "processMonitor" && fact.value == 0;
+    }
+    static bool isListed(const std::string& parent) { return parent == "pages" || parent == "thresholds"; }
+
     void apply(const History::Key& key, const Fact& fact) {
         if (!key.controller) return place(whole_, key.path, fact);
         place(controller(*key.controller), key.path, fact);
