@@ -37,8 +37,8 @@ void addMissing(const Report& report, const CheckOptions& options, std::vector<P
     const size_t drives = countAll(report.server, {}).drives;
     if (options.expectedDrives && drives != *options.expectedDrives) {
         const bool isLess = drives < *options.expectedDrives;
-        problems.push_back(missing("drives", "", std::to_string(drives) + ", expected " +
-                                                     std::to_string(*options.expectedDrives),
+        problems.push_back(missing("drives", "",
+                                   std::to_string(drives) + ", expected " + std::to_string(*options.expectedDrives),
                                    isLess ? Severity::critical : Severity::warning));
     }
     if (!options.baseline) return;
@@ -108,16 +108,19 @@ CheckResult checkServer(const Report& report, const States& states, const CheckO
     const std::string data = performanceData(report, states, options, problems);
     const Counts counts = countAll(report.server, problems);
     if (const std::string stale = findStale(report, options); !stale.empty())
-        return result(CHECK_UNKNOWN, stale + (problems.empty() ? "" : "; before it " + problemsText(problems, MOST_IN_LINE)),
-                      data, details);
+        return result(CHECK_UNKNOWN,
+                      stale + (problems.empty() ? "" : "; before it " + problemsText(problems, MOST_IN_LINE)), data,
+                      details);
     const CheckState state = counts.critical > 0 ? CHECK_CRITICAL : counts.warnings > 0 ? CHECK_WARNING : CHECK_OK;
     const std::string name = report.server.name.empty() ? "" : report.server.name + ": ";
-    const std::string whole = problems.empty() ? ", " + countedText(counts.volumes, "volume") + ", " +
-                                                     countedText(counts.drives, "drive")
-                                               : "";
+    const std::string whole =
+        problems.empty() ? ", " + countedText(counts.volumes, "volume") + ", " + countedText(counts.drives, "drive")
+                         : "";
     return result(state, name + problemsText(problems, MOST_IN_LINE) + whole, data, details);
 }
 
-CheckResult checkUnknown(const std::string& why) { return result(CHECK_UNKNOWN, why, "", ""); }
+CheckResult checkUnknown(const std::string& why) {
+    return result(CHECK_UNKNOWN, why, "", "");
+}
 
 } // namespace raidtree

@@ -10,7 +10,9 @@ namespace {
 constexpr char32_t BAD = 0xFFFFFFFF;
 constexpr std::string_view REPLACEMENT = "\xEF\xBF\xBD";
 
-unsigned byteAt(std::string_view text, size_t at) { return static_cast<unsigned char>(text[at]); }
+unsigned byteAt(std::string_view text, size_t at) {
+    return static_cast<unsigned char>(text[at]);
+}
 
 // The character at the front and its length; BAD and 1 for what is not UTF-8.
 char32_t decode(std::string_view text, size_t& length) {
@@ -23,8 +25,8 @@ char32_t decode(std::string_view text, size_t& length) {
         character = character << 6U | (byteAt(text, i) & 0x3FU);
     }
     constexpr char32_t SMALLEST[] = {0, 0, 0x80, 0x800, 0x10000};
-    isGood = isGood && character >= SMALLEST[length] && character <= 0x10FFFF &&
-             (character < 0xD800 || character > 0xDFFF);
+    isGood =
+        isGood && character >= SMALLEST[length] && character <= 0x10FFFF && (character < 0xD800 || character > 0xDFFF);
     if (isGood) return character;
     length = 1;
     return BAD;
@@ -62,8 +64,8 @@ std::string cleanText(std::string_view text) {
 }
 
 size_t textWidth(std::string_view text) {
-    return static_cast<size_t>(
-        std::count_if(text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80; }));
+    return static_cast<size_t>(std::count_if(text.begin(), text.end(),
+                                             [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80; }));
 }
 
 std::string cutText(std::string_view text, size_t width) {

@@ -61,10 +61,8 @@ const Field<Battery> BATTERY_FIELDS[] = {
 };
 
 const Field<Fan> FAN_FIELDS[] = {
-    {"Name", "name", IDENTITY, &Fan::name},
-    {"Location", "location", IDENTITY, &Fan::location},
-    {"FanSpeed", "speed", MOVING, &Fan::speed},
-    {nullptr, "speedRpm", MEASURED, &Fan::speedRpm},
+    {"Name", "name", IDENTITY, &Fan::name},     {"Location", "location", IDENTITY, &Fan::location},
+    {"FanSpeed", "speed", MOVING, &Fan::speed}, {nullptr, "speedRpm", MEASURED, &Fan::speedRpm},
     {"Status", "status", STATE, &Fan::status},
 };
 
@@ -215,9 +213,12 @@ struct Unit {
     std::string_view suffix;
     const char* text;
 };
-constexpr Unit UNITS[] = {{"Bytes", ""},      {"MegabytesPerSecond", " MB/s"}, {"Celsius", " C"}, {"Volts", " V"},
-                          {"Rpm", " rpm"},    {"Ratio", " %"},                 {"Mah", " mAh"},   {"Seconds", " s"},
-                          {"Minutes", " min"}, {"Hours", " h"},                {"Days", " d"},    {"Percent", " %"},
+constexpr Unit UNITS[] = {{"Bytes", ""},       {"MegabytesPerSecond", " MB/s"},
+                          {"Celsius", " C"},   {"Volts", " V"},
+                          {"Rpm", " rpm"},     {"Ratio", " %"},
+                          {"Mah", " mAh"},     {"Seconds", " s"},
+                          {"Minutes", " min"}, {"Hours", " h"},
+                          {"Days", " d"},      {"Percent", " %"},
                           {"volts", " V"}};
 
 const Unit* unitOf(std::string_view key) {
@@ -226,7 +227,9 @@ const Unit* unitOf(std::string_view key) {
     return unit == std::end(UNITS) ? nullptr : unit;
 }
 
-std::string valueText(const std::string& value, std::string_view) { return value; }
+std::string valueText(const std::string& value, std::string_view) {
+    return value;
+}
 std::string valueText(const Truth& value, std::string_view) {
     if (!value) return {};
     return *value ? "true" : "false";

@@ -13,15 +13,15 @@ namespace raidtree {
 
 enum class Form : uint8_t {
     plain,
-    zeroIsNone,   // 0 stands for "not known"
-    mebibytes,    // to bytes, as the next
+    zeroIsNone, // 0 stands for "not known"
+    mebibytes,  // to bytes, as the next
     kibibytes,
-    thousands,    // 10.5 to 10500
-    volts,        // the digits behind the point are millivolts without leading zeros
-    percent,      // a whole number to a ratio
-    progress,     // "48.20%" to a ratio, "0" is nothing
-    activity,     // without the progress in parentheses, which goes to progressRatio
-    patrolTime,   // month from 0, day, years since 1900
+    thousands,  // 10.5 to 10500
+    volts,      // the digits behind the point are millivolts without leading zeros
+    percent,    // a whole number to a ratio
+    progress,   // "48.20%" to a ratio, "0" is nothing
+    activity,   // without the progress in parentheses, which goes to progressRatio
+    patrolTime, // month from 0, day, years since 1900
 };
 
 enum class Use : uint8_t {

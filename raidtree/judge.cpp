@@ -6,7 +6,9 @@ namespace raidtree {
 
 namespace {
 
-std::string fieldName(const char* kind, const char* key) { return std::string(kind) + "." + key; }
+std::string fieldName(const char* kind, const char* key) {
+    return std::string(kind) + "." + key;
+}
 
 // The text of a state, "true" and "false" among them.
 template <class Record>
@@ -76,7 +78,8 @@ void addSummary(const Record& record, const Place& place, Severity explained, co
         const std::string text = fieldText(record, field);
         if (!finding.isUnknown && finding.severity <= explained) continue;
         if (finding.says == text) finding.says += ", though no element is";
-        if (!finding.isUnknown && std::is_same_v<Record, Summary>) finding.says = fieldTitle(field.key) + " " + finding.says;
+        if (!finding.isUnknown && std::is_same_v<Record, Summary>)
+            finding.says = fieldTitle(field.key) + " " + finding.says;
         verdict.add(std::move(finding));
     }
     // One that says nothing at all has nothing to sum up.
@@ -100,7 +103,8 @@ struct Collector {
         const Place place = {adapter, enclosure.number, {}};
         const size_t before = problems.size();
         addSummary(enclosure, place, worst, states, problems);
-        if (problems.size() == before) addSummary(enclosure.processor, place, worst, states, problems); // the same, mostly
+        if (problems.size() == before)
+            addSummary(enclosure.processor, place, worst, states, problems); // the same, mostly
     }
     void addAdapter(const Adapter& adapter) {
         const Place place = {adapter.number, {}, {}};

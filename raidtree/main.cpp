@@ -30,7 +30,9 @@ struct Arguments {
     std::string driveTemperature, chipTemperature, mediaErrors, otherErrors;
 };
 
-[[noreturn]] void refuse(const std::string& why) { throw InputError(why); }
+[[noreturn]] void refuse(const std::string& why) {
+    throw InputError(why);
+}
 
 // All of it or nothing: a reader never sees a part.
 void writeFile(const std::string& path, const std::string& text) {
@@ -196,7 +198,8 @@ int watch(const Arguments& arguments) {
         arguments.tree,
         [&](const Server& before, const Server& now) {
             if (isFirst) print(timeText() + now.name + ": " + problemsText(findProblems(now, states), 5) + "\n");
-            for (const Change& change : isFirst ? std::vector<Change>() : compareServers(before, now, arguments.everything))
+            for (const Change& change :
+                 isFirst ? std::vector<Change>() : compareServers(before, now, arguments.everything))
                 print(timeText() + changeText(change) + "\n");
             isFirst = false;
         },
@@ -210,8 +213,10 @@ void addTree(CLI::App* word, Arguments& arguments) {
 
 void addCommon(CLI::App* word, Arguments& arguments) {
     addTree(word, arguments);
-    word->add_option("--states", arguments.states, "More texts of the controller library and what they mean")->type_name("FILE");
-    auto* log = word->add_option("--log", arguments.log, "The log of updates; otherwise LogFile.RST beside the tree")->type_name("FILE");
+    word->add_option("--states", arguments.states, "More texts of the controller library and what they mean")
+        ->type_name("FILE");
+    auto* log = word->add_option("--log", arguments.log, "The log of updates; otherwise LogFile.RST beside the tree")
+                    ->type_name("FILE");
     word->add_flag("--no-log", arguments.noLog, "Do not ask when the last update was")->excludes(log);
 }
 
@@ -233,7 +238,8 @@ void describe(CLI::App& app, Arguments& arguments) {
     auto* problems = word->add_flag("--problems", arguments.problemsOnly, "Only the problems")->excludes(json);
     word->add_flag("--short", arguments.isShort, "A line for each adapter")->excludes(json)->excludes(problems);
 
-    word = addWord(app, "diff", "Tell what differs between two trees", "raidtree diff kept.xml /var/RAIDStorageDeviceTree.xml");
+    word = addWord(app, "diff", "Tell what differs between two trees",
+                   "raidtree diff kept.xml /var/RAIDStorageDeviceTree.xml");
     word->add_option("OLD", arguments.tree, "The tree as it was")->required();
     word->add_option("NEW", arguments.other, "The tree as it is")->required();
     word->add_flag("--all", arguments.everything, "Temperatures and counters too");
@@ -247,7 +253,8 @@ void describe(CLI::App& app, Arguments& arguments) {
         ->check(CLI::Range(int64_t{1}, int64_t{1} << 40));
     word->add_option("--expect-drives", arguments.expectedDrives, "How many drives there have to be")
         ->check(CLI::Range(int64_t{0}, int64_t{1000000}));
-    word->add_option("--baseline", arguments.baseline, "A kept tree: what is gone since then is missing")->type_name("FILE");
+    word->add_option("--baseline", arguments.baseline, "A kept tree: what is gone since then is missing")
+        ->type_name("FILE");
     for (const auto& [name, text, what] :
          {std::tuple{"--drive-temperature", &arguments.driveTemperature, "Limits of the drives' temperatures"},
           std::tuple{"--chip-temperature", &arguments.chipTemperature, "Limits of the adapters' temperatures"},

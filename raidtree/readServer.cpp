@@ -219,7 +219,8 @@ class Reader {
 
 Volume Reader::readVolume(const pugi::xml_node& element) {
     Volume volume;
-    readFields(element, volume, [](const pugi::xml_node& child) { return strcmp(child.name(), "LogDriveNumber") == 0; });
+    readFields(element, volume,
+               [](const pugi::xml_node& child) { return strcmp(child.name(), "LogDriveNumber") == 0; });
     // "MDC in progress (12.50%)"
     const size_t open = volume.activity.rfind(" (");
     if (open != std::string::npos && volume.activity.ends_with("%)")) {
@@ -247,8 +248,8 @@ void Reader::readDrive(const pugi::xml_node& element, const std::string& port, N
         return;
     }
     Drive* same = &drives[entry->second];
-    // Once below its enclosure, once below its port. Both are told by the same record; should they ever differ in state,
-    // neither is believed alone.
+    // Once below its enclosure, once below its port. Both are told by the same record; should they ever differ in
+    // state, neither is believed alone.
     if (same->status != drive.status) same->status += " / " + drive.status;
     if (!same->enclosure && enclosure) {
         same->enclosure = enclosure;
@@ -351,7 +352,9 @@ std::string lineOf(const std::string& text, ptrdiff_t offset) {
 } // namespace
 
 Server parseServer(std::string text, const std::string& name) {
-    const auto refuse = [&](const std::string& why) { throw InputError((name == "-" ? "standard input" : name) + ": " + why); };
+    const auto refuse = [&](const std::string& why) {
+        throw InputError((name == "-" ? "standard input" : name) + ": " + why);
+    };
     constexpr unsigned OPTIONS = pugi::parse_default | pugi::parse_trim_pcdata;
     pugi::xml_document document;
     const pugi::xml_parse_result result =
@@ -376,6 +379,8 @@ Server parseServer(std::string text, const std::string& name) {
     return server;
 }
 
-Server readServer(const std::string& path) { return parseServer(readTreeText(path), path); }
+Server readServer(const std::string& path) {
+    return parseServer(readTreeText(path), path);
+}
 
 } // namespace raidtree

@@ -17,7 +17,8 @@ constexpr const char* STYLE = // page.css
 constexpr int64_t MOST_EMPTY_BAYS = 256; // a slot is a byte; more than that is no picture
 
 std::string identifier(std::string text) {
-    std::replace_if(text.begin(), text.end(), [](char c) { return c == ' ' || c == '/'; }, '-');
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c == ' ' || c == '/'; }, '-');
     return text;
 }
 
@@ -52,7 +53,8 @@ class Page {
         text_ += "<div class=\"table\" role=\"region\" tabindex=\"0\" aria-labelledby=\"" + id +
                  "\"><table><caption id=\"" + id + "\">" + caption +
                  "</caption>\n<thead><tr><th scope=\"col\">Number</th><th scope=\"col\">State</th>";
-        for (const Column<Record>& column : columns) text_ += std::string("<th scope=\"col\">") + column.title + "</th>";
+        for (const Column<Record>& column : columns)
+            text_ += std::string("<th scope=\"col\">") + column.title + "</th>";
         text_ += "</tr></thead>\n<tbody>\n";
         for (const Record& record : records) {
             const Verdict verdict = judge(record, states_);
@@ -69,8 +71,8 @@ class Page {
     template <class Record>
     static Column<Record> column(const char* title, const char* key) {
         const std::span<const Field<Record>> fields = fieldsOf<Record>();
-        const auto field =
-            std::find_if(fields.begin(), fields.end(), [&](const Field<Record>& f) { return std::string_view(f.key) == key; });
+        const auto field = std::find_if(fields.begin(), fields.end(),
+                                        [&](const Field<Record>& f) { return std::string_view(f.key) == key; });
         return {title, [field](const Record& record) { return fieldText(record, *field); }};
     }
 
@@ -134,8 +136,8 @@ void Page::bay(const Adapter& adapter, const Drive& drive) {
     const Verdict verdict = judge(drive, states_);
     const std::string row = identifier(labelOf("drive", {adapter.number, {}, drive.number}));
     const std::string name = "Bay " + (drive.slot ? std::to_string(*drive.slot) : "not told");
-    text_ += std::string("<li class=\"") + severityName(verdict.severity) + "\"><a href=\"#" + row + "\" aria-label=\"" +
-             name + ", drive " + std::to_string(drive.number) + "\">" + name + "</a>";
+    text_ += std::string("<li class=\"") + severityName(verdict.severity) + "\"><a href=\"#" + row +
+             "\" aria-label=\"" + name + ", drive " + std::to_string(drive.number) + "\">" + name + "</a>";
     text_ += stateText(drive, states_, verdict);
     std::string more = drive.sizeBytes ? sizeText(*drive.sizeBytes) + " " + drive.mediaType : drive.mediaType;
     if (drive.temperatureCelsius) more += ", " + std::to_string(*drive.temperatureCelsius) + " °C";
@@ -174,8 +176,9 @@ void Page::enclosure(const Adapter& adapter, const Enclosure& enclosure, const s
     const Place place = {adapter.number, enclosure.number, {}};
     const std::string name = "Enclosure " + std::to_string(enclosure.number) + " " + enclosure.product;
     text_ += "<h3 id=\"" + identifier(labelOf("enclosure", place)) + "\">" + markupText(name) + "</h3>\n<p>" +
-             markupText(enclosure.port) + ". The enclosure sums up: " +
-             markupText(enclosure.status.empty() ? "nothing" : enclosure.status) + ".</p>\n";
+             markupText(enclosure.port) +
+             ". The enclosure sums up: " + markupText(enclosure.status.empty() ? "nothing" : enclosure.status) +
+             ".</p>\n";
     bays(adapter, drives, name);
     table<Fan>("Fans", enclosure.fans, place,
                {column<Fan>("Name", "name"), column<Fan>("Location", "location"), column<Fan>("Speed", "speed")});
@@ -202,9 +205,9 @@ void Page::adapter(const Adapter& adapter) {
     const Place place = {adapter.number, {}, {}};
     const std::string id = identifier(labelOf("adapter", place));
     const Verdict verdict = judge(adapter, states_);
-    text_ += "<section aria-labelledby=\"" + id + "\">\n<h2 id=\"" + id + "\">Adapter " + std::to_string(adapter.number) +
-             ": " + markupText(titleOf(adapter)) + "</h2>\n<p class=\"" + severityName(verdict.severity) +
-             "\">The adapter sums up: " + stateText(adapter, states_, verdict);
+    text_ += "<section aria-labelledby=\"" + id + "\">\n<h2 id=\"" + id + "\">Adapter " +
+             std::to_string(adapter.number) + ": " + markupText(titleOf(adapter)) + "</h2>\n<p class=\"" +
+             severityName(verdict.severity) + "\">The adapter sums up: " + stateText(adapter, states_, verdict);
     for (const char* key : {"vendor", "serialNumber", "firmwareVersion", "memoryBytes", "temperatureCelsius"}) {
         const std::string shown = column<Adapter>(key, key).text(adapter);
         if (!shown.empty()) text_ += ", " + fieldTitle(key) + " " + markupText(shown);
@@ -218,8 +221,9 @@ void Page::adapter(const Adapter& adapter) {
     std::map<int64_t, std::vector<const Drive*>> inEnclosures;
     std::map<std::string, std::vector<const Drive*>> elsewhere;
     for (const Drive& drive : adapter.drives) {
-        const bool isInside = drive.enclosure && std::any_of(adapter.enclosures.begin(), adapter.enclosures.end(),
-                                                             [&](const Enclosure& e) { return e.number == *drive.enclosure; });
+        const bool isInside =
+            drive.enclosure && std::any_of(adapter.enclosures.begin(), adapter.enclosures.end(),
+                                           [&](const Enclosure& e) { return e.number == *drive.enclosure; });
         (isInside ? inEnclosures[*drive.enclosure] : elsewhere[drive.port]).push_back(&drive);
     }
     for (const Enclosure& enclosure : adapter.enclosures)
@@ -240,8 +244,9 @@ std::string Page::make() {
     text_ += "<div id=\"adapters\" tabindex=\"-1\">\n";
     for (const Adapter& adapter : report_.server.adapters) this->adapter(adapter);
     if (report_.server.adapters.empty()) text_ += "<p>The tree has no adapters.</p>\n";
-    text_ += "</div>\n</main>\n<footer class=\"faint\"><p>Which drives form a volume the tree does not say.</p></footer>\n"
-             "</body>\n</html>\n";
+    text_ +=
+        "</div>\n</main>\n<footer class=\"faint\"><p>Which drives form a volume the tree does not say.</p></footer>\n"
+        "</body>\n</html>\n";
     return std::move(text_);
 }
 
@@ -263,6 +268,8 @@ std::string markupText(const std::string& text) {
     return markup;
 }
 
-std::string renderPage(const Report& report, const States& states) { return Page(report, states).make(); }
+std::string renderPage(const Report& report, const States& states) {
+    return Page(report, states).make();
+}
 
 } // namespace raidtree

@@ -10,7 +10,9 @@ namespace {
 
 constexpr size_t MOST_IN_HEADLINE = 3, MOST_IN_SHORT = 8, WIDEST_COLUMN = 24, WIDEST_HEAD = 32;
 
-std::string nameOf(const Server& server) { return server.name.empty() ? "Server without name" : server.name; }
+std::string nameOf(const Server& server) {
+    return server.name.empty() ? "Server without name" : server.name;
+}
 
 std::string summaryOf(const Server& server) {
     return "(summary in the tree: " + (server.summary.overall.empty() ? "none" : server.summary.overall) + ")";
@@ -140,8 +142,7 @@ void Printer::elements(const Enclosure& enclosure) {
     for (const PowerSupply& supply : enclosure.powerSupplies)
         row({"power supply " + std::to_string(supply.number), supply.serialNumber, ""}, supply, supply.status);
     for (const Sensor& sensor : enclosure.sensors) {
-        const std::string degrees =
-            sensor.temperatureCelsius ? std::to_string(*sensor.temperatureCelsius) + " C" : "";
+        const std::string degrees = sensor.temperatureCelsius ? std::to_string(*sensor.temperatureCelsius) + " C" : "";
         row({"sensor " + std::to_string(sensor.number), sensor.location, degrees}, sensor, sensor.status);
     }
     endTable(4);
@@ -229,8 +230,8 @@ std::string renderShort(const Report& report, const States& states) {
     for (const Adapter& adapter : server.adapters)
         text += "  adapter " + padText(std::to_string(adapter.number), 4) + padText(titleOf(adapter), 29) +
                 padText(states.meaningOf("adapter.status", adapter.status).says, 11) +
-                countedText(adapter.volumes.size(), "logical drive") + ", " + countedText(adapter.drives.size(), "drive") +
-                (adapter.battery ? ", battery" : "") + "\n";
+                countedText(adapter.volumes.size(), "logical drive") + ", " +
+                countedText(adapter.drives.size(), "drive") + (adapter.battery ? ", battery" : "") + "\n";
     for (size_t i = 0; i < std::min(report.problems.size(), MOST_IN_SHORT); ++i)
         text += "  " + report.problems[i].label + ": " + report.problems[i].says + "\n";
     if (report.problems.size() > MOST_IN_SHORT)

@@ -69,8 +69,9 @@ struct Enclosure {
 };
 
 struct Drive {
-    int64_t number = 0; // device id; with the adapter's number it is the key of a drive, which may stand in the tree twice
-    std::string port;   // name of the connector, or of the backplane
+    int64_t number =
+        0; // device id; with the adapter's number it is the key of a drive, which may stand in the tree twice
+    std::string port; // name of the connector, or of the backplane
     std::string name, vendor, product, interface, mediaType, firmwareVersion, serialNumber, sasAddress;
     std::string status, activity, smartStatus, powerStatus;
     Truth foreignConfig;

@@ -22,13 +22,16 @@ constexpr const char* BUILT_IN = // states.json
 
 using Json = nlohmann::json;
 
-[[noreturn]] void refuse(const std::string& at, const std::string& why) { throw InputError(at + ": " + why); }
+[[noreturn]] void refuse(const std::string& at, const std::string& why) {
+    throw InputError(at + ": " + why);
+}
 
 // Only members that are known: a word that is written wrong would go unnoticed.
 void checkMembers(const Json& object, std::initializer_list<std::string_view> known, const std::string& at) {
     if (!object.is_object()) refuse(at, "an object is wanted");
     for (const auto& [key, value] : object.items())
-        if (std::find(known.begin(), known.end(), key) == known.end()) refuse(at, "unknown: \"" + cleanText(key) + "\"");
+        if (std::find(known.begin(), known.end(), key) == known.end())
+            refuse(at, "unknown: \"" + cleanText(key) + "\"");
 }
 
 std::string textIn(const Json& object, const char* key, const std::string& at) {
@@ -82,7 +85,9 @@ void extend(States& states, const std::string& text, const std::string& name, bo
 
 } // namespace
 
-const char* severityName(Severity severity) { return SEVERITY_NAMES.at(static_cast<size_t>(severity)); }
+const char* severityName(Severity severity) {
+    return SEVERITY_NAMES.at(static_cast<size_t>(severity));
+}
 
 Meaning States::meaningOf(std::string_view field, const std::string& text) const {
     Meaning meaning;

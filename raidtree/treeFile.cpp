@@ -25,7 +25,7 @@ struct OpenFile {
     explicit OpenFile(const std::string& path)
         : fd(path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {
         if (fd == -1) refuse(path, strerror(errno));
-        if (struct stat entry {}; fstat(fd, &entry) == 0) {
+        if (struct stat entry{}; fstat(fd, &entry) == 0) {
             if (S_ISDIR(entry.st_mode)) fail(path, "a directory");
             isFile = S_ISREG(entry.st_mode);
             if (isFile && static_cast<uint64_t>(entry.st_size) > LARGEST) fail(path, "larger than 32 MiB");

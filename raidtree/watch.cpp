@@ -22,13 +22,16 @@ FileWatch::FileWatch(std::string path) : path_(std::move(path)), fd_(inotify_ini
     wait();
 }
 
-FileWatch::~FileWatch() { close(fd_); }
+FileWatch::~FileWatch() {
+    close(fd_);
+}
 
 void FileWatch::wait() {
     const bool isFirst = folderWatch_ == -1;
     // Both again each time: another file or folder may bear the name by now. For what is the same this does nothing.
     const std::string folder = std::filesystem::path(path_).parent_path().string();
-    folderWatch_ = inotify_add_watch(fd_, folder.empty() ? "." : folder.c_str(), IN_CREATE | IN_MOVED_TO | IN_DELETE | IN_MOVED_FROM);
+    folderWatch_ = inotify_add_watch(fd_, folder.empty() ? "." : folder.c_str(),
+                                     IN_CREATE | IN_MOVED_TO | IN_DELETE | IN_MOVED_FROM);
     const int file = inotify_add_watch(fd_, path_.c_str(), IN_CLOSE_WRITE | IN_MODIFY | IN_ATTRIB);
     if (file != fileWatch_ && fileWatch_ != -1) inotify_rm_watch(fd_, fileWatch_);
     const bool isOther = file != fileWatch_;
@@ -39,7 +42,8 @@ void FileWatch::wait() {
     poll(&event, 1, LOOK_MILLISECONDS);
     do {
         std::array<char, 4096> ignored{};
-        while (read(fd_, ignored.data(), ignored.size()) > 0) {}
+        while (read(fd_, ignored.data(), ignored.size()) > 0) {
+        }
     } while (poll(&event, 1, SETTLE_MILLISECONDS) > 0);
 }
 

@@ -28,8 +28,8 @@ class FileWatch {
     int folderWatch_ = -1;
 };
 
-// Reads the tree again and again, for ever: `changed` is told of each that reads otherwise than the one before, `failed`
-// of each new reason why it cannot be read.
+// Reads the tree again and again, for ever: `changed` is told of each that reads otherwise than the one before,
+// `failed` of each new reason why it cannot be read.
 void watchServer(const std::string& path, const std::function<void(const Server& before, const Server& now)>& changed,
                  const std::function<void(const std::string& why)>& failed);
 
