@@ -1,7 +1,6 @@
 #pragma once
 
-// What the fuzz targets share. Each defines LLVMFuzzerTestOneInput; with clang libFuzzer calls it, everywhere else
-// replay.cpp calls it with the inputs kept in corpus/.
+// The fuzz targets, one source each, and what they share. main.cpp has their table.
 
 #include "platform/xmlParser.h"
 
@@ -16,7 +15,12 @@
 #include <string>
 #include <string_view>
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
+void tryHostData(std::string_view bytes);
+void tryInBand(std::string_view bytes);
+void tryMachineFile(std::string_view text);
+void tryParseText(std::string_view bytes);
+void trySnmp(std::string_view bytes);
+void tryTree(std::string_view bytes);
 
 // Ends the process, which makes the input a finding.
 inline void demand(bool holds, const char* what) {
@@ -46,7 +50,7 @@ using Text = std::unique_ptr<char, FreeText>;
 // Takes an input apart; what is missing at its end reads as zeros or as nothing.
 class Input {
   public:
-    Input(const uint8_t* data, size_t size) : rest_(reinterpret_cast<const char*>(data), size) {}
+    explicit Input(std::string_view bytes) : rest_(bytes) {}
 
     bool isEmpty() const { return rest_.empty(); }
     std::string_view take(size_t size) {

@@ -117,10 +117,10 @@ int LCMconfigSpaceWrite(uint16_t id, uint16_t index, const void* data, uint32_t 
     return g_machine.machine.configSpaceWriteFails.contains(id) ? 0 : 1;
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+void tryHostData(std::string_view bytes) {
     const MachineOfOneInput scope;
     startAfresh();
-    Input input(data, size);
+    Input input(bytes);
     takeFaults(input);
     describe(input);
 
@@ -132,5 +132,4 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     demand(g_machine.calls < 2 * MOST_READS, "a pass is bounded");
     const int enabled = superviseSnmpd();
     demand(enabled >= 0 && enabled <= UINT8_MAX, "the low byte tells whether snmpd is enabled");
-    return 0;
 }

@@ -70,10 +70,10 @@ void checkCopy() {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+void tryInBand(std::string_view bytes) {
     const MachineOfOneInput scope;
     unlink((fuzzRoot() + RST_FILE).c_str());
-    Input input(data, size);
+    Input input(bytes);
     for (int i = 0; i < 2; ++i) update(takeAnswer(input));
     checkCopy();
 
@@ -83,5 +83,4 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     demand(value == -1 || errorText[0] == '\0', "a value or an error");
     free(ibMRCache);
     ibMRCache = nullptr;
-    return 0;
 }

@@ -55,8 +55,7 @@ void reportFault(const std::string& text) {
 
 } // namespace sim
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const std::string_view text(reinterpret_cast<const char*>(data), size);
+void tryMachineFile(std::string_view text) {
     const sim::MachineReading reading = sim::readMachine(text);
     demand((reading.machine == nullptr) == !reading.fault.empty(), "a machine or a fault");
 
@@ -71,5 +70,4 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     demand(g_fault.empty() == reading.fault.empty(), "a fault is reported");
     demand(g_fault.find_first_of("\n\r\x1b") == std::string::npos && g_fault.size() < 4096, "a fault is one line");
     checkMachine(*machine);
-    return 0;
 }

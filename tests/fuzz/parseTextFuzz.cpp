@@ -70,11 +70,10 @@ void build(Input& input) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    Input input(data, size);
-    if (size > 0 && data[0] == 0)
+void tryParseText(std::string_view bytes) {
+    Input input(bytes);
+    if (bytes.starts_with('\0'))
         build(input);
     else
-        read(std::string(input.takeAll()));
-    return 0;
+        read(std::string(bytes));
 }

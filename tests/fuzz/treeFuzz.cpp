@@ -52,7 +52,7 @@ sim::Records& recordsOf(sim::Controller& controller, sim::RecordOwner owner, uin
 }
 
 void describeDevice(sim::Device& device, const Patch& patch) {
-    Input bytes(reinterpret_cast<const uint8_t*>(patch.bytes.data()), patch.bytes.size());
+    Input bytes(patch.bytes);
     if (patch.step == page) {
         std::optional<sim::Bytes>& content = device.pages[bytes.byte()];
         if (!content && !bytes.isEmpty()) content.emplace(8192);
@@ -69,7 +69,7 @@ void describeDevice(sim::Device& device, const Patch& patch) {
 
 void describe(sim::Controller& described, const Patch& patch, const sim::RecordLayout& layout) {
     sim::Records& records = recordsOf(described, layout.owner, patch.unit);
-    Input bytes(reinterpret_cast<const uint8_t*>(patch.bytes.data()), patch.bytes.size());
+    Input bytes(patch.bytes);
     if (patch.step == controller) {
         described.number = bytes.number<int32_t>();
         described.batteryStatus = bytes.number<int32_t>();
@@ -162,10 +162,10 @@ void compare(const OobMRCache* newCache, const OobMRCache* oldCache, bool haveSa
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+void tryTree(std::string_view bytes) {
     static FILE* const discarded = fopen((fuzzRoot() + "/tmp/trace").c_str(), "w");
     const MachineOfOneInput scope;
-    Input input(data, size);
+    Input input(bytes);
     g_traceEnabled = input.byte() & 1;
     g_traceFile = discarded;
     g_allocCount = 0;
@@ -182,5 +182,4 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     freeoobMRCache(second);
     oobMRCache = nullptr;
     rewind(discarded);
-    return 0;
 }
