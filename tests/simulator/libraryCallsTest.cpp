@@ -96,13 +96,6 @@ std::string askAgents() {
     return std::to_string(status) + " " + std::to_string(header[2]);
 }
 
-// Without its time and its quotation marks.
-std::string lastRecordedCall() {
-    std::string calls = textOf(below("/simulator/calls.jsonl"));
-    std::erase(calls, '"');
-    return calls.substr(calls.rfind("call: "), calls.rfind('}') - calls.rfind("call: "));
-}
-
 std::string askForPowerState(uint8_t state) {
     const char* found = raid_GetHddPowerState(state);
     const std::string text = found == nullptr ? "none" : found;
@@ -118,24 +111,12 @@ std::string ask(const Words& call) {
     if (name == "powerState") return askForPowerState(call.at(1));
     if (name == "lanChannel") return std::to_string(etcGetDefaultLanChannelNumber());
     if (name == "seconds") return std::to_string(sim::clockTime().seconds - stepStart);
-    if (name == "recorded") return lastRecordedCall();
     if (name == "enclosures")
         return answerOf<MR_ENCL_LIST>([&](auto* list) { return raid_GetEnclosureList(call.at(1), list); });
-    if (name == "device")
-        return answerOf<MR_PD_INFO>(
-            [&](auto* info) { return raid_PhysicalDeviceGetInfo(call.at(1), call.at(2), info); });
     if (name == "operation")
         return answerOf<void>([&](void* data) { return raid_ControllerGetOperation(7, call.at(1), data, call.at(2)); });
-    if (name == "direct")
-        return answerOf<void>([&](void* data) {
-            SL_LIB_CMD_PARAM_T packet = {3, call.at(1), {}, 7, 8, {}, call.at(2), data};
-            return ZEBRAID_DirectLibCommand(7, &packet, data, call.at(2));
-        });
     if (name == "battery")
         return answerOf<int32_t>([&](auto* status) { return raid_ControllerGetBatteryStatus(7, status); });
-    if (name == "virtualDisk")
-        return answerOf<int32_t>([&](auto* status) { return raid_ControllerGetVirtualDiskStatus(7, status); });
-    if (name == "isPage") return std::to_string(raid_IsDiagnosticPageValid(7, 8, call.at(1)));
     if (name == "item")
         return answerOf<void>([&](void* data) { return LCMconfigSpaceRead(call.at(1), 3, data, call.at(2)); });
     const std::string text = call.size() > 2 ? call.at(2) : Word(); // "setItem"
