@@ -3,30 +3,19 @@
 // there, until the file FAILING_ALLOCATION_END exists. At the end of the process the file FAILING_ALLOCATION_COUNT
 // tells how many there were.
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <dlfcn.h>
 #include <execinfo.h>
 #include <link.h>
 #include <unistd.h>
 
 namespace {
-
-struct Range {
-    uintptr_t begin = 0;
-    uintptr_t end = 0;
-    bool holds(const void* address) const {
-        const auto number = reinterpret_cast<uintptr_t>(address);
-        return number >= begin && number < end;
-    }
-};
-
-Range executable;
-Range xmlLibrary;
-Range cLibrary;
 
 std::atomic<uint64_t> allocations = 0;
 uint64_t failing = 0; // 0: none
@@ -36,37 +25,27 @@ char countFile[4096];
 std::atomic<bool> isReady = false;
 [[gnu::tls_model("initial-exec")]] thread_local bool isLooking = false;
 
-int noteRange(dl_phdr_info* info, size_t /*size*/, void* /*data*/) {
-    Range range = {UINTPTR_MAX, 0};
-    for (int i = 0; i < info->dlpi_phnum; ++i) {
-        const auto& segment = info->dlpi_phdr[i];
-        if (segment.p_type != PT_LOAD) continue;
-        const uintptr_t begin = info->dlpi_addr + segment.p_vaddr;
-        if (begin < range.begin) range.begin = begin;
-        if (begin + segment.p_memsz > range.end) range.end = begin + segment.p_memsz;
-    }
-    if (info->dlpi_name[0] == '\0') executable = range;
-    if (strstr(info->dlpi_name, "libXMLParser.") != nullptr) xmlLibrary = range;
-    if (strstr(info->dlpi_name, "libc.so.") != nullptr) cLibrary = range;
-    return 0;
-}
+enum Owner { OURS, C_LIBRARY, OTHERS };
 
-bool isOurs(const void* address) {
-    return executable.holds(address) || xmlLibrary.holds(address);
+Owner ownerOf(void* address) {
+    dl_find_object object;
+    if (_dl_find_object(address, &object) != 0) return OTHERS;
+    const char* name = object.dlfo_link_map->l_name; // of the executable itself empty
+    if (*name == '\0' || strstr(name, "libXMLParser.") != nullptr) return OURS;
+    return strstr(name, "libc.so.") != nullptr ? C_LIBRARY : OTHERS;
 }
 
 // For whom the C library allocates: the caller of its outermost function.
-bool isForUs(const void* caller) {
-    if (!cLibrary.holds(caller)) return isOurs(caller);
+bool isForUs(void* caller) {
+    if (ownerOf(caller) != C_LIBRARY) return ownerOf(caller) == OURS;
     void* frames[48];
-    const int count = backtrace(frames, sizeof frames / sizeof frames[0]);
-    int i = 0;
-    while (i < count && frames[i] != caller) ++i;
-    while (i < count && cLibrary.holds(frames[i])) ++i;
-    return i < count && isOurs(frames[i]);
+    void** end = frames + backtrace(frames, sizeof frames / sizeof frames[0]);
+    void** frame = std::find(frames, end, caller);
+    frame = std::find_if(frame, end, [](void* address) { return ownerOf(address) != C_LIBRARY; });
+    return frame != end && ownerOf(*frame) == OURS;
 }
 
-bool failsNow(const void* caller) {
+bool failsNow(void* caller) {
     if (!isReady || isLooking) return false;
     isLooking = true;
     bool fails = false;
@@ -85,7 +64,6 @@ void copySetting(const char* name, char (&text)[4096]) {
 }
 
 [[gnu::constructor]] void begin() {
-    dl_iterate_phdr(noteRange, nullptr);
     void* frame = nullptr;
     backtrace(&frame, 1); // loads what it needs
     copySetting("FAILING_ALLOCATION_END", endFile);
