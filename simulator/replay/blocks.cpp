@@ -35,21 +35,20 @@ std::string BlockIndex::hashOfBlock(const Bytes& block) {
 
 // Of each output those pieces from its start that some argument has the size of, with zeros where it is shorter.
 BlockIndex::BlockIndex(const std::vector<ReplayedCall>& calls) {
-    std::set<size_t> sizes;
     std::set<std::string, std::less<>> wanted;
     for (const ReplayedCall& call : calls)
         for (const Json& argument : call.arguments)
             if (isHash(argument)) {
                 wanted.insert(argument.get<std::string>());
-                sizes.insert(*sizeOfHashed(argument.get<std::string>()));
+                sizes_.insert(*sizeOfHashed(argument.get<std::string>()));
             }
-    for (const size_t size : sizes) {
+    for (const size_t size : sizes_) {
         Bytes zeros(size);
         if (const std::string hash = hashOfBlock(zeros); wanted.contains(hash)) blocks_.emplace(hash, zeros);
     }
     for (const ReplayedCall& call : calls) {
         if (!call.output) continue;
-        for (const size_t size : sizes) {
+        for (const size_t size : sizes_) {
             Bytes block = *call.output;
             block.resize(size);
             std::string hash = hashOfBlock(block);

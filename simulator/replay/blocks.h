@@ -6,6 +6,7 @@
 
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -18,10 +19,13 @@ class BlockIndex {
     // Nothing: no call has handed out these bytes.
     std::optional<Bytes> find(const std::string& hashed) const;
 
+    const std::set<size_t>& sizes() const { return sizes_; } // of the blocks
+
     static bool isHash(const Json& argument); // "#SIZE:HASH"
     static std::string hashOfBlock(const Bytes& block);
 
   private:
+    std::set<size_t> sizes_;
     std::map<std::string, Bytes, std::less<>> blocks_;
 };
 

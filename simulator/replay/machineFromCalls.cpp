@@ -7,6 +7,7 @@
 #include "simulator/replay/blocks.h"
 #include "simulator/replay/computed.h"
 #include "simulator/replay/history.h"
+#include "simulator/replay/sources.h"
 
 #include <algorithm>
 #include <cstring>
@@ -16,9 +17,6 @@ namespace sim {
 namespace {
 
 constexpr int STATUS_NOT_AVAILABLE = 1; // what the stand-in says of what is not described
-constexpr uint8_t DRIVES = 3;           // type of a direct command, and its commands
-constexpr uint8_t DRIVES_OF_LOGICAL_DRIVE = 11;
-constexpr uint8_t LOGICAL_DRIVES_OF_DRIVE = 16;
 constexpr size_t IPMI_APPLICATION = 0x18;
 constexpr size_t GET_USER_ACCESS = 0x44;
 constexpr size_t GET_USER_NAME = 0x46;
@@ -55,19 +53,17 @@ class Learner {
 
     void learnAnswer(const ReplayedCall& call, bool isOwn);
     void learnStatus(const ReplayedCall& call);
-    void learnRecord(const ReplayedCall& call, Path path, RecordOwner owner, std::string_view name);
+    bool learnRecord(const ReplayedCall& call);
     void learnNumber(const ReplayedCall& call, const Path& path);
     void note(const std::string& text) {
         if (std::find(notes.begin(), notes.end(), text) == notes.end()) notes.push_back(text);
     }
 
     void list(const ReplayedCall& call);
-    void operation(const ReplayedCall& call);
-    void controllerRecord(const ReplayedCall& call);
+    void record(const ReplayedCall& call);
+    void controllerValue(const ReplayedCall& call);
     void controllerNumber(const ReplayedCall& call);
-    void deviceRecord(const ReplayedCall& call);
-    void logicalDriveRecord(const ReplayedCall& call);
-    void directCommand(const ReplayedCall& call);
+    void deviceValue(const ReplayedCall& call);
     void deviceTemperature(const ReplayedCall& call);
     void pageIsValid(const ReplayedCall& call);
     void pageContent(const ReplayedCall& call);
@@ -95,38 +91,6 @@ class Learner {
     Json transactions_ = Json::array();
 };
 
-const RecordLayout* layoutOf(RecordOwner owner, std::string_view name) {
-    return findRecordLayout(owner, name);
-}
-
-// Records that have their function, and what else is read as a number.
-struct Source {
-    std::string_view call;
-    std::string_view name;
-};
-constexpr Source RECORDS[] = {{"raid_ReadControllerInfoRaw", "MR_CTRL_INFO"},
-                              {"raid_GetControllerPDList", "MR_PD_LIST"},
-                              {"raid_GetSasConnectors", "MR_SAS_CONNECTORS"},
-                              {"raid_GetEnclosureList", "MR_ENCL_LIST"},
-                              {"raid_PhysicalDeviceGetInfo", "MR_PD_INFO"},
-                              {"raid_FirePDSATAPassthru_Identify", "SATA_IDENTIFY"},
-                              {"raid_GetEnclosureStatusFunc", "SL_ENCL_STATUS_T"},
-                              {"raid_LogicalDriveGetInfo", "MR_LD_INFO"},
-                              {"raid_LogicalDriveGetProgress", "MR_LD_PROGRESS"},
-                              {"raid_ControllerGetBatteryStatus", "batteryStatus"},
-                              {"raid_ControllerGetVirtualDiskStatus", "virtualDiskStatus"},
-                              {"raid_PhysicalDriveGetSasRotationalSpeed", "sasRpm"},
-                              {"raid_PhysicalDriveGetAtaRotationalSpeed", "ataRpm"},
-                              {"ProcMonitorRegister", "register"},
-                              {"ProcMonitorRegisterExt", "registerExt"},
-                              {"ProcMonitorDeRegister", "deregister"}};
-
-std::string nameFor(const ReplayedCall& call) {
-    const auto* found =
-        std::find_if(std::begin(RECORDS), std::end(RECORDS), [&](const Source& s) { return s.call == call.name; });
-    return std::string(found->name);
-}
-
 void Learner::learnAnswer(const ReplayedCall& call, bool isOwn) {
     const std::string key = call.name + call.arguments.dump();
     if (!isOwn) return history.setAnswer(key, Fact());
@@ -140,11 +104,20 @@ void Learner::learnStatus(const ReplayedCall& call) {
     learnAnswer(call, call.result != 0 && call.result != STATUS_NOT_AVAILABLE);
 }
 
-void Learner::learnRecord(const ReplayedCall& call, Path path, RecordOwner owner, std::string_view name) {
-    path.insert(path.end(), {"records", std::string(name)});
-    history.set(idOf(call), path,
-                isSuccess(call) ? Fact::ofRecord(*call.output, layoutOf(owner, name)) : Fact::of(nullptr));
+// False: the call reads no record that is known.
+bool Learner::learnRecord(const ReplayedCall& call) {
+    const RecordLayout* layout = recordReadBy(call);
+    if (layout == nullptr) return false;
+    Path path;
+    const std::string reference = call.name == "ZEBRAID_DirectLibCommand"    ? referenceOf(call)
+                                  : layout->owner != RecordOwner::Controller ? deviceOf(call)
+                                                                             : std::string();
+    if (layout->owner == RecordOwner::Device) path = {"devices", reference};
+    if (layout->owner == RecordOwner::LogicalDrive) path = {"logicalDrives", reference};
+    path.insert(path.end(), {"records", std::string(layout->name)});
+    history.set(idOf(call), path, isSuccess(call) ? Fact::ofRecord(*call.output, layout) : Fact::of(nullptr));
     learnStatus(call);
+    return true;
 }
 
 void Learner::learnNumber(const ReplayedCall& call, const Path& path) {
@@ -172,45 +145,20 @@ void Learner::list(const ReplayedCall& call) {
     learnStatus(call);
 }
 
-void Learner::operation(const ReplayedCall& call) {
-    const RecordLayout* layout = findRecordLayout(call.arguments.at(1).get<uint32_t>());
-    if (layout != nullptr) return learnRecord(call, {}, layout->owner, layout->name);
-    learnAnswer(call, call.result != STATUS_NOT_AVAILABLE);
+void Learner::record(const ReplayedCall& call) {
+    if (!learnRecord(call)) learnAnswer(call, call.result != STATUS_NOT_AVAILABLE);
 }
 
-void Learner::controllerRecord(const ReplayedCall& call) {
-    const std::string name = nameFor(call);
-    if (findRecordLayout(RecordOwner::Controller, name) != nullptr)
-        return learnRecord(call, {}, RecordOwner::Controller, name);
-    learnNumber(call, {name});
+void Learner::controllerValue(const ReplayedCall& call) {
+    learnNumber(call, {memberReadBy(call.name)});
 }
 
 void Learner::controllerNumber(const ReplayedCall& call) {
     history.set(idOf(call), {"number"}, Fact::of(call.result));
 }
 
-void Learner::deviceRecord(const ReplayedCall& call) {
-    const std::string name = nameFor(call);
-    const Path path = {"devices", deviceOf(call)};
-    if (findRecordLayout(RecordOwner::Device, name) != nullptr)
-        return learnRecord(call, path, RecordOwner::Device, name);
-    learnNumber(call, {path[0], path[1], name});
-}
-
-void Learner::logicalDriveRecord(const ReplayedCall& call) {
-    learnRecord(call, {"logicalDrives", deviceOf(call)}, RecordOwner::LogicalDrive, nameFor(call));
-}
-
-void Learner::directCommand(const ReplayedCall& call) {
-    const Bytes bytes = bytesOfHex(call.arguments.at(1).get<std::string>());
-    SL_LIB_CMD_PARAM_T packet = {};
-    memcpy(&packet, bytes.data(), std::min(bytes.size(), sizeof packet));
-    const std::string reference = std::to_string(packet.deviceRef);
-    if (packet.cmdType == DRIVES && packet.cmd == DRIVES_OF_LOGICAL_DRIVE)
-        return learnRecord(call, {"logicalDrives", reference}, RecordOwner::LogicalDrive, "SL_PD_IN_LD_T");
-    if (packet.cmdType == DRIVES && packet.cmd == LOGICAL_DRIVES_OF_DRIVE)
-        return learnRecord(call, {"devices", reference}, RecordOwner::Device, "LDS_OF_PD");
-    learnAnswer(call, true);
+void Learner::deviceValue(const ReplayedCall& call) {
+    learnNumber(call, {"devices", deviceOf(call), memberReadBy(call.name)});
 }
 
 void Learner::deviceTemperature(const ReplayedCall& call) {
@@ -363,7 +311,7 @@ void Learner::dqmiAnswer(const ReplayedCall& call) {
 }
 
 void Learner::processMonitor(const ReplayedCall& call) {
-    history.set({"processMonitor", nameFor(call)}, Fact::of(call.result));
+    history.set({"processMonitor", memberReadBy(call.name)}, Fact::of(call.result));
 }
 
 void Learner::session(const ReplayedCall& call) {
@@ -398,23 +346,23 @@ void Learner::lanChannel(const ReplayedCall& call) {
 const std::map<std::string, Learner::Teach, std::less<>>& Learner::teachers() {
     static const std::map<std::string, Teach, std::less<>> all = {
         {"raid_GetControllerList", &Learner::list},
-        {"raid_ReadControllerInfoRaw", &Learner::controllerRecord},
-        {"raid_ControllerGetOperation", &Learner::operation},
+        {"raid_ReadControllerInfoRaw", &Learner::record},
+        {"raid_ControllerGetOperation", &Learner::record},
         {"raid_GetControllerNumber", &Learner::controllerNumber},
-        {"raid_ControllerGetBatteryStatus", &Learner::controllerRecord},
-        {"raid_ControllerGetVirtualDiskStatus", &Learner::controllerRecord},
-        {"ZEBRAID_DirectLibCommand", &Learner::directCommand},
-        {"raid_GetControllerPDList", &Learner::controllerRecord},
-        {"raid_GetSasConnectors", &Learner::controllerRecord},
-        {"raid_GetEnclosureList", &Learner::controllerRecord},
-        {"raid_PhysicalDeviceGetInfo", &Learner::deviceRecord},
-        {"raid_FirePDSATAPassthru_Identify", &Learner::deviceRecord},
-        {"raid_PhysicalDriveGetSasRotationalSpeed", &Learner::deviceRecord},
-        {"raid_PhysicalDriveGetAtaRotationalSpeed", &Learner::deviceRecord},
+        {"raid_ControllerGetBatteryStatus", &Learner::controllerValue},
+        {"raid_ControllerGetVirtualDiskStatus", &Learner::controllerValue},
+        {"ZEBRAID_DirectLibCommand", &Learner::record},
+        {"raid_GetControllerPDList", &Learner::record},
+        {"raid_GetSasConnectors", &Learner::record},
+        {"raid_GetEnclosureList", &Learner::record},
+        {"raid_PhysicalDeviceGetInfo", &Learner::record},
+        {"raid_FirePDSATAPassthru_Identify", &Learner::record},
+        {"raid_PhysicalDriveGetSasRotationalSpeed", &Learner::deviceValue},
+        {"raid_PhysicalDriveGetAtaRotationalSpeed", &Learner::deviceValue},
         {"raid_PhysicalGetDriveTemperature", &Learner::deviceTemperature},
-        {"raid_LogicalDriveGetInfo", &Learner::logicalDriveRecord},
-        {"raid_LogicalDriveGetProgress", &Learner::logicalDriveRecord},
-        {"raid_GetEnclosureStatusFunc", &Learner::deviceRecord},
+        {"raid_LogicalDriveGetInfo", &Learner::record},
+        {"raid_LogicalDriveGetProgress", &Learner::record},
+        {"raid_GetEnclosureStatusFunc", &Learner::record},
         {"raid_IsDiagnosticPageValid", &Learner::pageIsValid},
         {"raid_ReceiveDiagnosticResults", &Learner::pageContent},
         {"raid_GetEnclosureTemperatureThreshold", &Learner::thresholds},

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <regex>
+#include <set>
 #include <sstream>
 
 namespace {
@@ -136,6 +137,43 @@ TEST_P(Described, isTheSameOnTheStandInsWhenAnotherLibraryWasRecorded) {
     const ThreeUpdates replayed(machineOf(recorded.daemon.read(RECORD)));
     EXPECT_EQ(tree, replayed.daemon.read(TREE));
     EXPECT_EQ(callsIn(recorded.daemon.read(RECORD)), callsIn(replayed.daemon.read(CALLS)));
+}
+
+// What is whose, as the machines have it.
+std::set<std::string> secretsOf(const json& machine) {
+    std::set<std::string> secrets = {machine.value("/configSpace/513"_json_pointer, "")};
+    for (const json& controller : machine.value("controllers", json::array())) {
+        secrets.insert(controller.value("/records/MR_CTRL_INFO/serialNumber"_json_pointer, ""));
+        for (const json& device : controller.value("devices", json::object()))
+            secrets.insert(device.value("/records/MR_PD_INFO/vendorSpecific"_json_pointer, ""));
+        for (const json& drive : controller.value("logicalDrives", json::object()))
+            secrets.insert(drive.value("/records/MR_LD_INFO/ldConfig/properties/name"_json_pointer, ""));
+    }
+    std::set<std::string> trimmed;
+    for (const std::string& secret : secrets)
+        if (const size_t start = secret.find_first_not_of(' '); start != std::string::npos)
+            trimmed.insert(secret.substr(start, secret.find_last_not_of(' ') + 1 - start));
+    return trimmed;
+}
+
+// Letters and digits are as many.
+std::string shapeOf(std::string text) {
+    for (char& c : text)
+        if (isalnum(static_cast<unsigned char>(c)) != 0) c = 'x';
+    return text;
+}
+
+TEST_P(Described, isOfTheSameShapeAndNobodysWhenAnonymous) {
+    const json described = machine();
+    const ThreeUpdates recorded(described, std::string(RECORD_LIBRARY) + ":" + OTHER_TEXTS);
+    const json anonymous = machineOf(recorded.daemon.read(RECORD), true);
+    const ThreeUpdates replayed(anonymous);
+    EXPECT_EQ(shapeOf(recorded.daemon.read(TREE)), shapeOf(replayed.daemon.read(TREE)));
+    for (const std::string& secret : secretsOf(described)) {
+        const bool isWord = secret.size() < 9; // which may stand elsewhere too
+        EXPECT_EQ(anonymous.dump().find(isWord ? '"' + secret + '"' : secret), std::string::npos) << secret;
+        EXPECT_EQ(replayed.daemon.read(TREE).find(isWord ? '>' + secret + '<' : secret), std::string::npos) << secret;
+    }
 }
 
 #endif
