@@ -9,6 +9,7 @@ build   command  g++                     g++
 build   command  cmake                   cmake
 build   command  ninja                   ninja-build
 build   header   nlohmann/json.hpp       nlohmann-json3-dev
+build   header   CLI/CLI.hpp             libcli11-dev
 build   header   expat.h                 libexpat1-dev
 build   header   gtest/gtest.h           libgtest-dev
 build   header   gmock/gmock.h           libgmock-dev
@@ -16,10 +17,10 @@ build   command  python3                 python3
 build   header   pugixml.hpp             libpugixml-dev
 build   header   CLI/CLI.hpp             libcli11-dev
 build   command  xmllint                 libxml2-utils
+build   command  readelf                 binutils
 test    command  /usr/sbin/snmpd         snmpd
 test    command  snmpget                 snmp
 checks  command  git                     git
-checks  command  readelf                 binutils
 checks  command  strace                  strace
 checks  command  promtool                prometheus
 checks  command  mandoc                  mandoc
