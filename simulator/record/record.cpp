@@ -271,9 +271,11 @@ struct Signature<Result_(Types...)> {
 #define ARGUMENTS_7 ARGUMENTS_6, a6
 #define ARGUMENTS_8 ARGUMENTS_7, a7
 
+// It has the function's name for the linker alone: as its declaration stands in the header, it would be one of two.
 #define LIBRARY_CALL_AS(signature, name, kind, result, identifiers, ...)                                               \
-    extern "C" [[gnu::visibility("default")]] sim::Signature<signature>::Result name(                                  \
-        JOIN(PARAMETERS_, COUNT_OF(__VA_ARGS__))(signature)) {                                                         \
+    extern "C" [[gnu::visibility("default")]] sim::Signature<signature>::Result recorded_##name(                       \
+        JOIN(PARAMETERS_, COUNT_OF(__VA_ARGS__))(signature)) __asm__(#name);                                           \
+    sim::Signature<signature>::Result recorded_##name(JOIN(PARAMETERS_, COUNT_OF(__VA_ARGS__))(signature)) {           \
         using namespace sim::role;                                                                                     \
         using Call = sim::Wrapper<sim::Function::name, sim::CallKind::kind,                                            \
                                   sim::CallResult::result __VA_OPT__(, ) __VA_ARGS__>;                                 \
