@@ -117,7 +117,7 @@ void putOutput(const TextSink& sink, const CallOutput& output) {
     size_t size = output.size;
     while (output.more == nullptr && size > 0 && bytes[size - 1] == 0) --size;
     if (output.size - size < FEWEST_ZEROS) size = output.size;
-    put(sink, ", \"out\": \"");
+    put(sink, R"(, "out": ")");
     putHex(sink, bytes, size);
     if (output.more != nullptr) putHex(sink, output.more, output.moreSize);
     put(sink, "\"");

@@ -42,7 +42,7 @@ struct Arguments {
         const Json& json = take();
         if (json.is_null()) return nullptr;
         if (!json.is_string()) throw NotKnown();
-        const std::string& text = json.get_ref<const std::string&>();
+        const auto& text = json.get_ref<const std::string&>();
         std::optional<Bytes> bytes = text.starts_with('#') ? findBlock(text) : bytesOfHex(text);
         if (!bytes || bytes->size() < size) throw NotKnown();
         bytes->push_back(0); // a block is never without memory

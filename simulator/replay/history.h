@@ -15,7 +15,7 @@ namespace sim {
 using Path = std::vector<std::string>; // names of members and indexes, from the top
 
 // What a place in the machine file holds: absent, or JSON, or the bytes of a record.
-struct Fact {
+struct Fact { // NOLINT(bugprone-exception-escape): moving JSON throws nothing
     enum class Kind : uint8_t { Absent, Value, Record };
     Kind kind = Kind::Absent;
     Json value;
@@ -59,12 +59,14 @@ class History {
     struct Key {
         std::optional<uint32_t> controller;
         Path path;
-        auto operator<=>(const Key&) const = default;
+        bool operator<(const Key& other) const {
+            return controller != other.controller ? controller < other.controller : path < other.path;
+        }
     };
 
     static bool isSame(const Fact& known, const Fact& fact);
     static bool isContinued(const Fact& known, const Fact& fact);
-    void tell(Place& place, Fact fact, int64_t at);
+    static void tell(Place& place, Fact fact, int64_t at);
 
     std::map<Key, Place> places_;
     std::vector<Key> order_; // of the places

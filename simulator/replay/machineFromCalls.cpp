@@ -35,11 +35,10 @@ T numberAt(const Bytes& bytes, size_t offset) {
 // Learns from one call after the other.
 class Learner {
   public:
-    void learn(const ReplayedCall& call);
+    void learn(const ReplayedCall& call, int64_t second); // since the start
     void end();
-
-    History history;
-    std::vector<std::string> notes;
+    const History& history() const { return history_; }
+    const std::vector<std::string>& notes() const { return notes_; }
 
   private:
     using Teach = void (Learner::*)(const ReplayedCall&);
@@ -56,7 +55,7 @@ class Learner {
     bool learnRecord(const ReplayedCall& call);
     void learnNumber(const ReplayedCall& call, const Path& path);
     void note(const std::string& text) {
-        if (std::find(notes.begin(), notes.end(), text) == notes.end()) notes.push_back(text);
+        if (std::find(notes_.begin(), notes_.end(), text) == notes_.end()) notes_.push_back(text);
     }
 
     void list(const ReplayedCall& call);
@@ -85,6 +84,8 @@ class Learner {
 
     Json valueOf(const Json& entry);
 
+    History history_;
+    std::vector<std::string> notes_;
     std::map<std::pair<uint32_t, Path>, Fact> pages_; // as they were last received
     std::map<uint32_t, Bytes> writtenItems_;
     std::set<uint32_t> failedItems_;
@@ -93,10 +94,10 @@ class Learner {
 
 void Learner::learnAnswer(const ReplayedCall& call, bool isOwn) {
     const std::string key = call.name + call.arguments.dump();
-    if (!isOwn) return history.setAnswer(key, Fact());
+    if (!isOwn) return history_.setAnswer(key, Fact());
     Json answer = {{"call", call.name}, {"args", call.arguments}, {"result", call.result}};
     if (call.output) answer["out"] = hexOf(call.output->data(), call.output->size());
-    history.setAnswer(key, Fact::of(std::move(answer)));
+    history_.setAnswer(key, Fact::of(std::move(answer)));
 }
 
 // A status that the stand-in does not give of itself.
@@ -115,16 +116,16 @@ bool Learner::learnRecord(const ReplayedCall& call) {
     if (layout->owner == RecordOwner::Device) path = {"devices", reference};
     if (layout->owner == RecordOwner::LogicalDrive) path = {"logicalDrives", reference};
     path.insert(path.end(), {"records", std::string(layout->name)});
-    history.set(idOf(call), path, isSuccess(call) ? Fact::ofRecord(*call.output, layout) : Fact::of(nullptr));
+    history_.set(idOf(call), path, isSuccess(call) ? Fact::ofRecord(*call.output, layout) : Fact::of(nullptr));
     learnStatus(call);
     return true;
 }
 
 void Learner::learnNumber(const ReplayedCall& call, const Path& path) {
-    history.set(idOf(call), path,
-                isSuccess(call) ? Fact::of(path.size() > 1 ? Json(numberAt<uint32_t>(*call.output, 0))
-                                                           : Json(numberAt<int32_t>(*call.output, 0)))
-                                : Fact::of(nullptr));
+    history_.set(idOf(call), path,
+                 isSuccess(call) ? Fact::of(path.size() > 1 ? Json(numberAt<uint32_t>(*call.output, 0))
+                                                            : Json(numberAt<int32_t>(*call.output, 0)))
+                                 : Fact::of(nullptr));
     learnStatus(call);
 }
 
@@ -141,7 +142,7 @@ void Learner::list(const ReplayedCall& call) {
         const auto isTwice = [&](uint32_t id) { return !seen.insert(id).second; };
         if (std::erase_if(*ids, isTwice) > 0) note("the list names a controller twice; once is kept");
     }
-    history.setControllers(ids);
+    history_.setControllers(ids);
     learnStatus(call);
 }
 
@@ -154,7 +155,7 @@ void Learner::controllerValue(const ReplayedCall& call) {
 }
 
 void Learner::controllerNumber(const ReplayedCall& call) {
-    history.set(idOf(call), {"number"}, Fact::of(call.result));
+    history_.set(idOf(call), {"number"}, Fact::of(call.result));
 }
 
 void Learner::deviceValue(const ReplayedCall& call) {
@@ -162,7 +163,7 @@ void Learner::deviceValue(const ReplayedCall& call) {
 }
 
 void Learner::deviceTemperature(const ReplayedCall& call) {
-    history.set(idOf(call), {"devices", deviceOf(call), "temperature"}, Fact::of(call.result));
+    history_.set(idOf(call), {"devices", deviceOf(call), "temperature"}, Fact::of(call.result));
 }
 
 // Valid again, a page has what was last received of it: that it is the same is not recorded.
@@ -171,9 +172,9 @@ void Learner::pageIsValid(const ReplayedCall& call) {
     const bool isValid = call.result != 0;
     const auto received = pages_.find({idOf(call), path});
     if (!isValid)
-        history.set(idOf(call), path, Fact());
+        history_.set(idOf(call), path, Fact());
     else if (received != pages_.end())
-        history.set(idOf(call), path, received->second);
+        history_.set(idOf(call), path, received->second);
     else
         pages_[{idOf(call), path}] = Fact::of(nullptr); // unless it will be received
     learnAnswer(call, call.result != 0 && call.result != 1);
@@ -183,7 +184,7 @@ void Learner::pageContent(const ReplayedCall& call) {
     const Path path = {"devices", deviceOf(call), "pages", call.arguments.at(2).dump()};
     Fact& page = pages_[{idOf(call), path}];
     page = isSuccess(call) ? Fact::ofRecord(*call.output, nullptr) : Fact::of(nullptr);
-    history.set(idOf(call), path, page);
+    history_.set(idOf(call), path, page);
     learnStatus(call);
 }
 
@@ -202,7 +203,7 @@ void Learner::thresholds(const ReplayedCall& call) {
         }
     }
     if (!isExact) return learnAnswer(call, true); // neither a number nor written as one
-    history.set(idOf(call), {"devices", deviceOf(call), "thresholds", std::to_string(sensor)}, Fact::of(values));
+    history_.set(idOf(call), {"devices", deviceOf(call), "thresholds", std::to_string(sensor)}, Fact::of(values));
     learnStatus(call);
 }
 
@@ -220,10 +221,10 @@ void Learner::itemRead(const ReplayedCall& call) {
     const auto id = call.arguments.at(0).get<uint32_t>();
     const Path path = {"configSpace", std::to_string(id)};
     const auto written = writtenItems_.find(id);
-    if (!call.output || call.result == 0) return history.set(path, Fact::of(nullptr));
+    if (!call.output || call.result == 0) return history_.set(path, Fact::of(nullptr));
     if (written != writtenItems_.end() && areEqualButZeros(*call.output, written->second)) return;
     writtenItems_.erase(id);
-    history.set(path, Fact::of(itemToJson(*call.output)));
+    history_.set(path, Fact::of(itemToJson(*call.output)));
 }
 
 void Learner::itemWritten(const ReplayedCall& call) {
@@ -239,12 +240,12 @@ void Learner::agents(const ReplayedCall& call) {
     constexpr size_t stateOffset = 5;
     if (call.arguments.at(0) != AGENTS_NET_FN || call.arguments.at(1) != AGENTS_COMMAND)
         return learnAnswer(call, call.result != 0);
-    if (!call.output) return history.set({"agents"}, Fact::of(nullptr));
+    if (!call.output) return history_.set({"agents"}, Fact::of(nullptr));
     Bytes usual(call.output->size());
     if (usual.size() > stateOffset) usual[stateOffset - 1] = 1, usual[stateOffset] = (*call.output)[stateOffset];
     const bool isUsual = usual == *call.output && usual.size() > stateOffset && usual[stateOffset] <= 2;
-    history.set({"agents"}, Fact::of(isUsual ? Json{{"state", usual[stateOffset]}}
-                                             : Json{{"response", recordToJson(*call.output, nullptr)}}));
+    history_.set({"agents"}, Fact::of(isUsual ? Json{{"state", usual[stateOffset]}}
+                                              : Json{{"response", recordToJson(*call.output, nullptr)}}));
 }
 
 // [state, type, length, bytes as hex].
@@ -285,11 +286,11 @@ void Learner::parameter(const ReplayedCall& call) {
                        call.arguments.at(3).dump()};
     Json values = call.values.is_array() ? Json::array() : Json();
     for (const Json& entry : call.values) values.push_back(valueOf(entry));
-    history.set(path, Fact::of(values));
+    history_.set(path, Fact::of(values));
 }
 
 void Learner::dqmiConnection(const ReplayedCall& call) {
-    history.set({"dqmi", "connection"}, Fact::of(call.result));
+    history_.set({"dqmi", "connection"}, Fact::of(call.result));
 }
 
 void Learner::dqmiTransaction(const ReplayedCall& call) {
@@ -297,7 +298,7 @@ void Learner::dqmiTransaction(const ReplayedCall& call) {
 }
 
 void Learner::dqmiAnswer(const ReplayedCall& call) {
-    history.set({"dqmi", "read"}, Fact::of(call.output ? "ok" : "fail"));
+    history_.set({"dqmi", "read"}, Fact::of(call.output ? "ok" : "fail"));
     if (!call.output || call.output->size() < DQMI_HEADER_SIZE) return;
     const Bytes text(call.output->begin() + DQMI_HEADER_SIZE, call.output->end());
     const auto length = numberAt<uint32_t>(*call.output, DQMI_LENGTH_OFFSET);
@@ -305,42 +306,42 @@ void Learner::dqmiAnswer(const ReplayedCall& call) {
     const bool isPlain = std::all_of(text.begin(), text.end(), isText);
     Json record = {{"size", text.size()}};
     if (!isPlain) record["raw"] = {{"0", hexOf(text.data(), text.size())}};
-    history.set({"dqmi", "status"}, Fact::of(numberAt<int32_t>(*call.output, DQMI_STATUS_OFFSET)));
-    history.set({"dqmi", "length"}, Fact::of(length != text.size() ? Json(length) : Json()));
-    history.set({"dqmi", "text"}, Fact::of(isPlain ? Json(std::string(text.begin(), text.end())) : record));
+    history_.set({"dqmi", "status"}, Fact::of(numberAt<int32_t>(*call.output, DQMI_STATUS_OFFSET)));
+    history_.set({"dqmi", "length"}, Fact::of(length != text.size() ? Json(length) : Json()));
+    history_.set({"dqmi", "text"}, Fact::of(isPlain ? Json(std::string(text.begin(), text.end())) : record));
 }
 
 void Learner::processMonitor(const ReplayedCall& call) {
-    history.set({"processMonitor", memberReadBy(call.name)}, Fact::of(call.result));
+    history_.set({"processMonitor", memberReadBy(call.name)}, Fact::of(call.result));
 }
 
 void Learner::session(const ReplayedCall& call) {
-    history.set({"ipmi", "session"}, Fact::of(call.result != 0));
+    history_.set({"ipmi", "session"}, Fact::of(call.result != 0));
 }
 
 void Learner::ipmiCommand(const ReplayedCall& call) {
     const bool isApplication = call.arguments.at(0) == IPMI_APPLICATION;
     if (isApplication && call.arguments.at(1) == GET_USER_ACCESS)
-        return history.set({"ipmi", "userAccess"},
-                           call.output ? Fact::of(recordToJson(*call.output, nullptr)) : Fact::of(nullptr));
+        return history_.set({"ipmi", "userAccess"},
+                            call.output ? Fact::of(recordToJson(*call.output, nullptr)) : Fact::of(nullptr));
     if (!isApplication || call.arguments.at(1) != GET_USER_NAME) return learnAnswer(call, true);
     const Bytes request = bytesOfHex(call.arguments.at(2).get<std::string>());
     const Path user = {"ipmi", "users", std::to_string(numberAt<uint8_t>(request, 0))};
     if (!call.output || call.output->empty())
-        return history.set({user[0], user[1], user[2], "code"}, Fact::of(nullptr));
+        return history_.set({user[0], user[1], user[2], "code"}, Fact::of(nullptr));
     const Bytes name(call.output->begin() + 1, call.output->end());
-    history.set({user[0], user[1], user[2], "code"}, Fact::of(call.output->front()));
-    history.set({user[0], user[1], user[2], "name"},
-                Fact::of(Json{{"size", name.size()}, {"raw", {{"0", hexOf(name.data(), name.size())}}}}));
+    history_.set({user[0], user[1], user[2], "code"}, Fact::of(call.output->front()));
+    history_.set({user[0], user[1], user[2], "name"},
+                 Fact::of(Json{{"size", name.size()}, {"raw", {{"0", hexOf(name.data(), name.size())}}}}));
 }
 
 void Learner::userSettings(const ReplayedCall& call) {
     const Path path = {"ipmi", "users", call.arguments.at(0).dump(), "snmp"};
-    history.set(path, call.output ? Fact::of(Json(*call.output)) : Fact::of(nullptr));
+    history_.set(path, call.output ? Fact::of(Json(*call.output)) : Fact::of(nullptr));
 }
 
 void Learner::lanChannel(const ReplayedCall& call) {
-    history.set({"ipmi", "lanChannel"}, Fact::of(call.result));
+    history_.set({"ipmi", "lanChannel"}, Fact::of(call.result));
 }
 
 const std::map<std::string, Learner::Teach, std::less<>>& Learner::teachers() {
@@ -390,7 +391,9 @@ const std::map<std::string, Learner::Teach, std::less<>>& Learner::teachers() {
     return all;
 }
 
-void Learner::learn(const ReplayedCall& call) {
+void Learner::learn(const ReplayedCall& call, int64_t second) {
+    history_.setNow(second);
+    if (call.name == "raid_GetControllerList") history_.beginAt(second);
     const LibraryCall* known = findLibraryCall(call.name);
     if (known != nullptr && known->kind == CallKind::Computes) return learnAnswer(call, true);
     const auto teach = teachers().find(call.name);
@@ -400,12 +403,12 @@ void Learner::learn(const ReplayedCall& call) {
 
 void Learner::end() {
     for (const auto& [key, page] : pages_)
-        if (!history.knows(key.first, key.second)) history.set(key.first, key.second, page);
-    if (!failedItems_.empty()) history.set({"configSpaceWriteFails"}, Fact::of(Json(failedItems_)));
+        if (!history_.knows(key.first, key.second)) history_.set(key.first, key.second, page);
+    if (!failedItems_.empty()) history_.set({"configSpaceWriteFails"}, Fact::of(Json(failedItems_)));
     while (transactions_.size() > 1 && transactions_.back() == transactions_[transactions_.size() - 2])
         transactions_.erase(transactions_.size() - 1);
     if (!transactions_.empty() && transactions_ != Json::array({"ok"}))
-        history.set({"dqmi", "open"}, Fact::of(transactions_));
+        history_.set({"dqmi", "open"}, Fact::of(transactions_));
 }
 
 std::vector<std::string> functionsWithout(const std::vector<ReplayedCall>& calls) {
@@ -434,17 +437,15 @@ MachineFromCalls machineFromCalls(std::istream& record, bool anonymous) {
     for (const ReplayedCall& call : calls) {
         const int64_t second = std::max<int64_t>(call.time - start, 0);
         try {
-            learner.history.setNow(second);
-            if (call.name == "raid_GetControllerList") learner.history.beginAt(second);
-            learner.learn(call);
+            learner.learn(call, second);
         } catch (const std::exception& error) {
             throw BadRecord("a call of " + call.name + " at " + std::to_string(call.time) +
                             " is none that a record has: " + error.what());
         }
     }
     learner.end();
-    result.machine = learner.history.machine();
-    result.notes = learner.notes;
+    result.machine = learner.history().machine();
+    result.notes = learner.notes();
     return result;
 }
 

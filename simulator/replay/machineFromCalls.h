@@ -10,7 +10,7 @@
 
 namespace sim {
 
-struct MachineFromCalls {
+struct MachineFromCalls { // NOLINT(bugprone-exception-escape): moving JSON throws nothing
     Json machine;
     std::vector<std::string> neverMade; // functions that the record does not have
     std::vector<std::string> notes;     // what the machine file cannot say

@@ -12,7 +12,7 @@ constexpr size_t RAW_GAP = 8; // so many zeros end a piece of raw bytes
 // What the named members do not tell stays in the copy.
 class MemberWriter {
   public:
-    explicit MemberWriter(const Bytes& bytes) : rest_(bytes) {}
+    explicit MemberWriter(Bytes bytes) : rest_(std::move(bytes)) {}
 
     // Null where all is zero, or where it is not what the member can say.
     Json writeStruct(size_t offset, std::span<const Field> fields) {
