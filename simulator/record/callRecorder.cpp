@@ -249,7 +249,7 @@ bool CallRecorder::isNews(const RecordedCall& call, Share share) {
 
 // Of the call, or a free one for it.
 CallRecorder::Seen* CallRecorder::placeOf(uint64_t call) const {
-    size_t at = call & (places_ - 1);
+    auto at = static_cast<size_t>(call & (places_ - 1));
     while (seen_[at].call != 0 && seen_[at].call != call) at = (at + 1) & (places_ - 1);
     return &seen_[at];
 }
