@@ -59,7 +59,11 @@ std::string limitsOf(const States& states, const char* field) {
 std::string performanceData(const Report& report, const States& states, const CheckOptions& options,
                             const std::vector<Problem>& problems) {
     const Counts counts = countAll(report.server, problems);
-    Number hottest, hottestChip, mediaErrors, otherErrors, predicted;
+    Number hottest;
+    Number hottestChip;
+    Number mediaErrors;
+    Number otherErrors;
+    Number predicted;
     const auto raise = [](Number& to, const Number& value) {
         if (value) to = std::max(to.value_or(0), *value);
     };

@@ -277,9 +277,7 @@ void describe(CLI::App& app, Arguments& arguments) {
     word->add_option("--output", arguments.output, "The page; otherwise standard output")->type_name("PAGE");
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
+int runWord(int argc, char** argv) {
     constexpr std::pair<const char*, int (*)(const Arguments&)> WORDS[] = {
         {"show", show}, {"diff", diff}, {"check", check}, {"metrics", metrics}, {"watch", watch}, {"html", html}};
     Arguments arguments;
@@ -298,4 +296,14 @@ int main(int argc, char** argv) {
         fprintf(stderr, "raidtree: %s\n", error.what());
     }
     return trouble;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return runWord(argc, argv);
+    } catch (...) { // even an error could not be told: no memory
+        return EXIT_TROUBLE;
+    }
 }

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <map>
@@ -123,7 +124,7 @@ void setValue(Truth& to, const Value& value) {
 void setValue(Number& to, const Value& value) {
     if (value.form == Form::thousands) {
         const Real thousands = *value.text == 0 ? Real() : realNumber(value, value.text);
-        to = thousands ? Number(static_cast<int64_t>(*thousands * 1000 + 0.5)) : Number();
+        to = thousands ? Number(int64_t{llround(*thousands * 1000)}) : Number();
         return;
     }
     to = wholeNumber(value, value.text);
