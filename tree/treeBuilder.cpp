@@ -62,14 +62,16 @@ constexpr TableWalk LOGICAL_DRIVE_WALK = {
     },
 };
 
+// NOLINTNEXTLINE(readability-non-const-parameter): the buffer is written through its record
+int getSummaryText(int paramID, const TreeObject& object, char* text, int size, int32_t*) {
+    TextBuffer buffer{text, size};
+    put(buffer, object.summary->text[paramID]);
+    return VALUE_OK;
+}
+
 constexpr TableWalk MULTIPLEXER_WALK = {
     .table = mxParams_Table,
-    .getValue =
-        [](int paramID, const TreeObject& object, char* text, int size, int32_t*) {
-            TextBuffer buffer{text, size};
-            put(buffer, object.summary->text[paramID]);
-            return VALUE_OK;
-        },
+    .getValue = getSummaryText,
     .writesNegative = false,
     .endsOnFailedAppend = true,
 };
