@@ -1,0 +1,122 @@
+// bmcsim: what a tester does to the described machine, and what it is now.
+
+#include "simulator/bmcsim/machineFile.h"
+#include "simulator/words/words.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int WRONG_WORD = 2;
+constexpr int FAULTY_MACHINE = 3;
+
+struct Settings {
+    std::string root;
+    std::string file;
+    std::string topic;
+    std::string pointer;
+    std::string value;
+
+    std::string machine() const {
+        if (!file.empty()) return file;
+        const char* fromEnvironment = getenv("BMC_ROOT");
+        if (!root.empty()) return root + "/machine.json";
+        return std::string(fromEnvironment != nullptr ? fromEnvironment : "bmc") + "/machine.json";
+    }
+};
+
+void print(const std::vector<std::string>& lines) {
+    for (const std::string& line : lines) printf("%s\n", line.c_str());
+}
+
+int show(const Settings& settings) {
+    nlohmann::ordered_json machine = sim::loadMachine(settings.machine());
+    if (!machine.contains("controllers") || !machine["controllers"].is_array()) return 0;
+    if (settings.topic != "volumes") print(sim::describeDrives(machine));
+    if (settings.topic != "drives") print(sim::describeVolumes(machine));
+    return 0;
+}
+
+int applyAndStore(const Settings& settings, const std::vector<std::string>& words) {
+    nlohmann::ordered_json machine = sim::loadMachine(settings.machine());
+    const sim::WordResult result = sim::applyWords(machine, words);
+    if (!result.error.empty()) {
+        fprintf(stderr, "bmcsim: %s\n", result.error.c_str());
+        return result.status;
+    }
+    sim::storeMachine(settings.machine(), machine);
+    print(result.lines);
+    return 0;
+}
+
+int get(const Settings& settings) {
+    const nlohmann::ordered_json machine = sim::loadMachine(settings.machine());
+    const nlohmann::ordered_json::json_pointer pointer(settings.pointer);
+    if (!machine.contains(pointer)) throw CLI::ValidationError("nothing at " + settings.pointer, WRONG_WORD);
+    printf("%s\n", machine.at(pointer).dump(2).c_str());
+    return 0;
+}
+
+int set(const Settings& settings) {
+    nlohmann::ordered_json machine = sim::loadMachine(settings.machine());
+    const auto value = nlohmann::ordered_json::parse(settings.value, nullptr, false);
+    machine[nlohmann::ordered_json::json_pointer(settings.pointer)] =
+        value.is_discarded() ? nlohmann::ordered_json(settings.value) : value; // a text may go without its quotes
+    sim::storeMachine(settings.machine(), machine);
+    return 0;
+}
+
+int run(int argc, char** argv) {
+    CLI::App app("Shows and changes the server that the daemon sees on a workstation.", "bmcsim");
+    Settings settings;
+    std::vector<std::string> words;
+    app.require_subcommand(1);
+    app.add_option("--root", settings.root, "the root directory (BMC_ROOT, else bmc)");
+    app.add_option("--file", settings.file, "a machine file at rest, in place of the root's");
+
+    CLI::App* showCommand = app.add_subcommand("show", "what the machine is: bmcsim show drives");
+    showCommand->add_option("topic", settings.topic)->check(CLI::IsMember({"drives", "volumes"}));
+    const std::vector<std::pair<const char*, const char*>> objects = {
+        {"drive", "ADAPTER/DEVICE fail|pull|online|rebuild N%|spare|foreign|predict|temperature N: "
+                  "bmcsim drive 0/8 fail"},
+        {"volume", "ADAPTER/TARGET degrade|offline|optimal|initialize N%|check N%: bmcsim volume 0/1 degrade"},
+        {"agents", "connected|limited|down: bmcsim agents down"}};
+    for (const auto& [name, help] : objects) {
+        CLI::App* command = app.add_subcommand(name, help);
+        command->add_option("words", words)->required();
+    }
+    CLI::App* getCommand = app.add_subcommand("get", "the value at a JSON pointer");
+    getCommand->add_option("POINTER", settings.pointer)->required();
+    CLI::App* setCommand = app.add_subcommand("set", "sets it: bmcsim set /controllers/0/batteryStatus 2");
+    setCommand->add_option("POINTER", settings.pointer)->required();
+    setCommand->add_option("VALUE", settings.value)->required();
+
+    try {
+        app.parse(argc, argv);
+        const std::string command = app.get_subcommands().front()->get_name();
+        if (command == "show") return show(settings);
+        if (command == "get") return get(settings);
+        if (command == "set") return set(settings);
+        words.insert(words.begin(), command);
+        return applyAndStore(settings, words);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : WRONG_WORD;
+    } catch (const nlohmann::ordered_json::exception& error) {
+        fprintf(stderr, "bmcsim: %s: %s\n", settings.pointer.c_str(), error.what());
+        return WRONG_WORD;
+    } catch (const std::exception& error) {
+        fprintf(stderr, "bmcsim: %s\n", error.what());
+        return FAULTY_MACHINE;
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    return run(argc, argv);
+}
