@@ -1,13 +1,18 @@
 // bmcsim: what a tester does to the described machine, and what it is now.
 
 #include "simulator/bmcsim/machineFile.h"
+#include "simulator/replay/machineCommand.h"
 #include "simulator/words/words.h"
 
 #include <CLI/CLI.hpp>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -22,12 +27,14 @@ struct Settings {
     std::string pointer;
     std::string value;
 
-    std::string machine() const {
-        if (!file.empty()) return file;
+    unsigned patience = 600; // seconds
+
+    std::string directory() const {
         const char* fromEnvironment = getenv("BMC_ROOT");
-        if (!root.empty()) return root + "/machine.json";
-        return std::string(fromEnvironment != nullptr ? fromEnvironment : "bmc") + "/machine.json";
+        if (!root.empty()) return root;
+        return fromEnvironment != nullptr ? fromEnvironment : "bmc";
     }
+    std::string machine() const { return file.empty() ? directory() + "/machine.json" : file; }
 };
 
 void print(const std::vector<std::string>& lines) {
@@ -71,6 +78,34 @@ int set(const Settings& settings) {
     return 0;
 }
 
+std::string textFrom(const std::string& path, size_t offset) {
+    std::ifstream stream(path, std::ios::binary);
+    std::string text{std::istreambuf_iterator<char>(stream), {}};
+    return text.substr(text.size() < offset ? 0 : offset); // shorter than it was: begun anew
+}
+
+// The last line of an update's block has its result.
+int wait(const Settings& settings) {
+    using Clock = std::chrono::steady_clock;
+    const std::string log = settings.directory() + "/var/LogFile.RST";
+    const size_t before = textFrom(log, 0).size();
+    const Clock::time_point end = Clock::now() + std::chrono::seconds(settings.patience);
+    while (true) {
+        const std::string text = textFrom(log, before);
+        const size_t result = text.find("ret=");
+        if (result != std::string::npos && text.find('\n', result) != std::string::npos) {
+            const char* const meanings[] = {"written", "nothing new", "no document", "not written"};
+            const int code = atoi(text.c_str() + result + 4);
+            printf("ret=%d %s\n", code, code >= 0 && code <= 3 ? meanings[code] : "");
+            return 0;
+        }
+        if (Clock::now() > end) break;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    fprintf(stderr, "bmcsim: no update within %u s (%s)\n", settings.patience, log.c_str());
+    return 1;
+}
+
 int run(int argc, char** argv) {
     CLI::App app("Shows and changes the server that the daemon sees on a workstation.", "bmcsim");
     Settings settings;
@@ -96,14 +131,22 @@ int run(int argc, char** argv) {
     setCommand->add_option("POINTER", settings.pointer)->required();
     setCommand->add_option("VALUE", settings.value)->required();
 
+    CLI::App* waitCommand = app.add_subcommand("wait", "until the next update is over: bmcsim wait --timeout 60");
+    waitCommand->add_option("--timeout", settings.patience, "seconds, otherwise 600; exit status 1");
+    sim::addMachineCommand(app);
+
     try {
         app.parse(argc, argv);
         const std::string command = app.get_subcommands().front()->get_name();
         if (command == "show") return show(settings);
         if (command == "get") return get(settings);
         if (command == "set") return set(settings);
+        if (command == "wait") return wait(settings);
+        if (command == "machine") return 0; // done while the words were read
         words.insert(words.begin(), command);
         return applyAndStore(settings, words);
+    } catch (const CLI::RuntimeError& error) {
+        return error.get_exit_code();
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : WRONG_WORD;
     } catch (const nlohmann::ordered_json::exception& error) {

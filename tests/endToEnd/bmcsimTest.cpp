@@ -1,0 +1,180 @@
+// What a tester does with bmcsim, and the tree that follows.
+
+#include "tests/endToEnd/daemonProcess.h"
+
+#include <filesystem>
+#include <regex>
+
+namespace {
+
+using nlohmann::ordered_json;
+
+constexpr int UPDATE = 5; // passes
+constexpr int FIRST_DRIVE = 20;
+
+class Bmcsim : public EndToEnd {
+  protected:
+    // Exit status; what it says goes to `said`.
+    int bmcsim(const std::string& words) {
+        const std::string command =
+            std::string(EMULATOR) + " " BMCSIM " --root " + daemon.path("") + " " + words + " 2>&1";
+        FILE* const pipe = popen(command.c_str(), "r");
+        if (pipe == nullptr) throw std::runtime_error("cannot start " + command);
+        said.clear();
+        for (int c = getc(pipe); c != EOF; c = getc(pipe)) said += static_cast<char>(c);
+        return WEXITSTATUS(pclose(pipe));
+    }
+
+    static ordered_json shipped() { return ordered_json::parse(fileText(MACHINES "/two-controllers.json")); }
+
+    void place(const ordered_json& machine) {
+        daemon.write("machine.new", machine.dump());
+        std::filesystem::rename(daemon.path("machine.new"), daemon.path("machine.json"));
+    }
+
+    // The first text of `element` in the part of the tree behind `from`.
+    std::string treeText(const std::string& from, const std::string& element) const {
+        const std::string tree = daemon.read(TREE);
+        const size_t start = tree.find(from);
+        const size_t value = tree.find("<" + element + ">", start);
+        if (start == std::string::npos || value == std::string::npos) return "";
+        const size_t begin = value + element.size() + 2;
+        return tree.substr(begin, tree.find('<', begin) - begin);
+    }
+    std::string volume() const { return treeText("<LogicalDrive Nr=\"0\">", "Status"); }
+    std::string adapter() const { return treeText("<Adapter Nr=\"0\">", "Status"); }
+    std::string drive(int id) const { return treeText("<PhysicalDrive Nr=\"" + std::to_string(id) + "\">", "Status"); }
+
+    std::string said;
+};
+
+std::string littleEndian(size_t number) {
+    constexpr char digits[] = "0123456789abcdef";
+    return {digits[number / 16 % 16], digits[number % 16], '0', '0'};
+}
+
+// Volume 0 of `level`, over drives FIRST_DRIVE and up; no spare.
+ordered_json machineOf(ordered_json machine, int level, int width, int spans) {
+    ordered_json& controller = machine["controllers"][0];
+    controller["devices"].erase("12");
+    const ordered_json model = controller["devices"]["10"];
+    ordered_json& list = controller["records"]["MR_PD_LIST"];
+    std::string members;
+    for (int i = 0; i < width * spans; ++i) {
+        const int id = FIRST_DRIVE + i;
+        ordered_json device = model;
+        device["records"]["MR_PD_INFO"].update({{"deviceId", id}, {"slotNumber", 8 + i}});
+        controller["devices"][std::to_string(id)] = device;
+        list["addr"].push_back({{"deviceId", id}, {"enclDeviceId", 252}, {"slotNumber", 8 + i}, {"scsiDevType", 0}});
+        members += littleEndian(static_cast<size_t>(id));
+    }
+    list["count"] = list["addr"].size();
+    controller["records"]["MR_CTRL_INFO"]["pdPresentCount"] = list["addr"].size();
+    ordered_json& volume = controller["logicalDrives"]["0"]["records"];
+    const ordered_json params = {{"primaryRaidLevel", level}, {"numDrives", width}, {"spanDepth", spans}};
+    volume["MR_LD_INFO"]["ldConfig"]["params"].update(params);
+    controller["records"]["MR_CONFIG_DATA"]["ld"][0]["params"].update(params);
+    volume["SL_PD_IN_LD_T"]["raw"] = {{"0", littleEndian(static_cast<size_t>(width * spans)) + "0000"}, {"4", members}};
+    return machine;
+}
+
+struct Loss {
+    int level, width, spans;
+    std::vector<int> failed; // positions in the volume
+    const char* volume;
+    const char* adapter;
+};
+
+void PrintTo(const Loss& loss, std::ostream* out) {
+    *out << "level " << loss.level << ", " << loss.spans << " x " << loss.width << ", lost " << loss.failed.size();
+}
+
+class BmcsimLevels : public Bmcsim, public testing::WithParamInterface<Loss> {};
+
+TEST_P(BmcsimLevels, failingDrivesShowInTheTreeAndComingBackHeals) {
+    const Loss& loss = GetParam();
+    place(machineOf(shipped(), loss.level, loss.width, loss.spans));
+    daemon.runToPass(1);
+    ASSERT_EQ(volume(), "Optimal");
+    ASSERT_EQ(adapter(), "OK");
+    for (const int position : loss.failed)
+        ASSERT_EQ(bmcsim("drive 0/" + std::to_string(FIRST_DRIVE + position) + " fail"), 0) << said;
+    daemon.runToPass(1 + UPDATE);
+    EXPECT_EQ(volume(), loss.volume);
+    EXPECT_EQ(adapter(), loss.adapter);
+    EXPECT_EQ(drive(FIRST_DRIVE + loss.failed[0]), "Failed");
+    for (const int position : loss.failed)
+        ASSERT_EQ(bmcsim("drive 0/" + std::to_string(FIRST_DRIVE + position) + " rebuild 100%"), 0) << said;
+    daemon.runToPass(1 + 2 * UPDATE);
+    EXPECT_EQ(volume(), "Optimal");
+    EXPECT_EQ(adapter(), "OK");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Losses, BmcsimLevels,
+    testing::Values(Loss{0, 2, 1, {1}, "Offline", "Error"}, Loss{1, 2, 1, {0}, "Degraded", "Degraded"},
+                    Loss{1, 2, 1, {0, 1}, "Offline", "Error"}, Loss{5, 3, 1, {2}, "Degraded", "Degraded"},
+                    Loss{5, 3, 1, {0, 2}, "Offline", "Error"}, Loss{6, 4, 1, {3}, "Partially Degraded", "Degraded"},
+                    Loss{6, 4, 1, {0, 3}, "Degraded", "Degraded"}, Loss{6, 4, 1, {0, 1, 2}, "Offline", "Error"},
+                    Loss{1, 2, 2, {0, 2}, "Degraded", "Degraded"}, Loss{1, 2, 2, {2, 3}, "Offline", "Error"},
+                    Loss{5, 3, 2, {0, 5}, "Degraded", "Degraded"}, Loss{5, 3, 2, {3, 4}, "Offline", "Error"},
+                    Loss{6, 4, 2, {0, 1, 6, 7}, "Degraded", "Degraded"}, Loss{6, 4, 2, {4, 5, 6}, "Offline", "Error"}));
+
+TEST_F(Bmcsim, aSpareOfEnoughSizeStepsInAndRebuilds) {
+    place(shipped());
+    daemon.runToPass(1);
+    ASSERT_EQ(bmcsim("drive 0/10 fail"), 0) << said;
+    EXPECT_NE(said.find("Hot Spare -> Rebuild"), std::string::npos) << said;
+    daemon.runToPass(1 + UPDATE);
+    EXPECT_EQ(drive(12), "Rebuild");
+    EXPECT_EQ(treeText("<LogicalDrive Nr=\"1\">", "Status"), "Degraded");
+    ASSERT_EQ(bmcsim("drive 0/12 rebuild 100%"), 0) << said;
+    daemon.runToPass(1 + 2 * UPDATE);
+    EXPECT_EQ(drive(12), "Online");
+    EXPECT_EQ(treeText("<LogicalDrive Nr=\"1\">", "Status"), "Optimal");
+}
+
+TEST_F(Bmcsim, aPulledDriveLeavesTheTree) {
+    place(shipped());
+    daemon.runToPass(1);
+    ASSERT_NE(drive(8), "");
+    ASSERT_EQ(bmcsim("drive 0/8 pull"), 0) << said;
+    daemon.runToPass(1 + UPDATE);
+    EXPECT_EQ(drive(8), "");
+    EXPECT_EQ(volume(), "Degraded");
+    EXPECT_EQ(daemon.read("simulator/log"), "");
+}
+
+TEST_F(Bmcsim, wrongWordsAndFaultyMachinesChangeNothing) {
+    place(shipped());
+    const std::string before = daemon.read("machine.json");
+    const std::pair<const char*, const char*> wrong[] = {{"drive 0/8 fial", "no word \"fial\"; did you mean \"fail\"?"},
+                                                         {"drive 0/99 fail", "there is no drive 0/99"},
+                                                         {"drive 7/8 fail", "there is no adapter 7"},
+                                                         {"drive 0/252 fail", "device 0/252 is no drive"},
+                                                         {"volume 0/1 check 101%", "is no percentage"},
+                                                         {"volume 0/9 offline", "there is no volume 0/9"}};
+    for (const auto& [words, error] : wrong) {
+        EXPECT_EQ(bmcsim(words), 2) << words;
+        EXPECT_NE(said.find(error), std::string::npos) << said;
+    }
+    EXPECT_EQ(bmcsim("drive 0/8 spare"), 3) << said;
+    EXPECT_EQ(bmcsim("set /controllers/0/records/MR_CTRL_INFO/productNam x"), 3) << said;
+    EXPECT_EQ(daemon.read("machine.json"), before);
+    daemon.write("machine.json", "{");
+    EXPECT_EQ(bmcsim("drive 0/8 fail"), 3) << said;
+    EXPECT_EQ(daemon.read("machine.json"), "{");
+}
+
+TEST_F(Bmcsim, aLinkedMachineFileStaysALinkAndTheOldOneIsKept) {
+    daemon.write("elsewhere.json", shipped().dump());
+    daemon.remove("machine.json");
+    std::filesystem::create_symlink("elsewhere.json", daemon.path("machine.json"));
+    ASSERT_EQ(bmcsim("drive 0/8 fail"), 0) << said;
+    EXPECT_TRUE(std::filesystem::is_symlink(daemon.path("machine.json")));
+    EXPECT_EQ(ordered_json::parse(daemon.read("elsewhere.json.old")), shipped());
+    EXPECT_EQ(bmcsim("get /controllers/0/virtualDiskStatus"), 0);
+    EXPECT_EQ(said, "1\n");
+}
+
+} // namespace
