@@ -95,8 +95,8 @@ int wait(const Settings& settings) {
         const size_t result = text.find("ret=");
         if (result != std::string::npos && text.find('\n', result) != std::string::npos) {
             const char* const meanings[] = {"written", "nothing new", "no document", "not written"};
-            const int code = atoi(text.c_str() + result + 4);
-            printf("ret=%d %s\n", code, code >= 0 && code <= 3 ? meanings[code] : "");
+            const long code = strtol(text.c_str() + result + 4, nullptr, 10);
+            printf("ret=%ld %s\n", code, code >= 0 && code <= 3 ? meanings[code] : "");
             return 0;
         }
         if (Clock::now() > end) break;
@@ -160,6 +160,6 @@ int run(int argc, char** argv) {
 
 } // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) { // NOLINT(bugprone-exception-escape): what is thrown while reporting ends it
     return run(argc, argv);
 }

@@ -80,7 +80,7 @@ uint8_t RecordEdit::overlay(uint32_t offset, uint8_t named) const {
 bool RecordEdit::patchRaw(uint32_t offset, uint8_t newValue) {
     bool patched = false;
     if (!hasRaw()) return false;
-    for (auto& [key, value] : record_->at("raw").items()) {
+    for (const auto& [key, value] : record_->at("raw").items()) {
         const size_t start = std::stoul(key);
         std::vector<uint8_t> bytes = parseHex(value.get<std::string>());
         if (offset < start || offset - start >= bytes.size()) continue;

@@ -165,7 +165,7 @@ std::string volumeTitle(const Adapter& adapter, const std::string& target, Json&
 // The state stands in the volume's own record and in the controller's configuration; the adapter's follows.
 void updateVirtualDiskStatus(const Adapter& adapter) {
     uint64_t worst = 0;
-    for (auto& [target, volume] : adapter.volumes()->items()) {
+    for (const auto& [target, volume] : adapter.volumes()->items()) {
         if (volume.is_null()) continue;
         const RecordEdit info(volume, RecordOwner::LogicalDrive, "MR_LD_INFO");
         if (!info.exists()) continue;
@@ -200,7 +200,7 @@ void setVolumeState(const Adapter& adapter, const std::string& target, Json& vol
 
 void updateVolumes(const Adapter& adapter, uint64_t drive) {
     if (adapter.volumes() == nullptr) return;
-    for (auto& [target, volume] : adapter.volumes()->items()) {
+    for (const auto& [target, volume] : adapter.volumes()->items()) {
         const std::vector<uint64_t> drives = drivesOf(volume);
         if (std::find(drives.begin(), drives.end(), drive) != drives.end())
             setVolumeState(adapter, target, volume, volumeState(adapter, volume));
@@ -230,22 +230,26 @@ void setDriveState(const Adapter& adapter, uint64_t id, uint64_t state) {
                             nameOf(DRIVE_STATES, state));
 }
 
-// The smallest hot spare that is large enough takes the failed drive's place in its volumes, and rebuilds.
-void letSpareStepIn(const Adapter& adapter, uint64_t failed) {
-    const RecordEdit lost = adapter.drive(failed);
+// The smallest hot spare of the drive's kind that is large enough.
+std::optional<uint64_t> findSpare(const Adapter& adapter, const RecordEdit& lost) {
     std::optional<uint64_t> spare;
-    for (auto& [name, device] : findMember(adapter.json, "devices")->items()) {
-        if (device.is_null() || name.find_first_not_of("0123456789") != std::string::npos) continue;
+    for (const auto& [name, device] : findMember(adapter.json, "devices")->items()) {
         const RecordEdit drive(device, RecordOwner::Device, "MR_PD_INFO");
         if (!drive.exists() || drive.number("/fwState") != MR_PD_STATE_HOT_SPARE) continue;
         const uint64_t size = drive.number("/coercedSize");
         if (size < lost.number("/coercedSize") || drive.number("/mediaType") != lost.number("/mediaType")) continue;
         if (!spare || size < adapter.drive(*spare).number("/coercedSize")) spare = std::stoul(name);
     }
-    if (!spare || adapter.record("MR_CTRL_PROP").number("/disableAutoRebuild") != 0 || adapter.volumes() == nullptr)
-        return;
+    return spare;
+}
+
+// It takes the failed drive's place in the volumes that live, and rebuilds.
+void letSpareStepIn(const Adapter& adapter, uint64_t failed) {
+    if (adapter.volumes() == nullptr || adapter.record("MR_CTRL_PROP").number("/disableAutoRebuild") != 0) return;
+    const std::optional<uint64_t> spare = findSpare(adapter, adapter.drive(failed));
+    if (!spare) return;
     bool taken = false;
-    for (auto& [target, volume] : adapter.volumes()->items()) {
+    for (const auto& [target, volume] : adapter.volumes()->items()) {
         std::vector<uint64_t> drives = drivesOf(volume);
         const auto place = std::find(drives.begin(), drives.end(), failed);
         if (place == drives.end() || volumeState(adapter, volume) == MR_LD_STATE_OFFLINE) continue;
@@ -254,12 +258,10 @@ void letSpareStepIn(const Adapter& adapter, uint64_t failed) {
         taken = true;
     }
     if (!taken) return;
-    if (Json* device = adapter.device(failed)) {
-        RecordEdit lostVolumes(*device, RecordOwner::Device, "LDS_OF_PD");
-        RecordEdit newVolumes(*adapter.device(*spare), RecordOwner::Device, "LDS_OF_PD");
-        if (lostVolumes.exists() && !newVolumes.exists())
-            (*adapter.device(*spare))["records"]["LDS_OF_PD"] = lostVolumes.json();
-        if (lostVolumes.exists()) lostVolumes.setBytes(0, 4, 0);
+    RecordEdit lostVolumes(*adapter.device(failed), RecordOwner::Device, "LDS_OF_PD");
+    if (lostVolumes.exists()) {
+        (*adapter.device(*spare))["records"]["LDS_OF_PD"] = Json(lostVolumes.json());
+        lostVolumes.setBytes(0, 4, 0);
     }
     setDriveState(adapter, *spare, MR_PD_STATE_REBUILD);
 }
@@ -279,7 +281,7 @@ void pullDrive(const Adapter& adapter, uint64_t id, Words) {
     updateVolumes(adapter, id);
     letSpareStepIn(adapter, id);
     if (adapter.volumes() != nullptr)
-        for (auto& [target, volume] : adapter.volumes()->items()) {
+        for (const auto& [target, volume] : adapter.volumes()->items()) {
             std::vector<uint64_t> drives = drivesOf(volume);
             if (std::erase(drives, id) != 0) setDrivesOf(volume, drives);
         }
@@ -308,7 +310,7 @@ void pullDrive(const Adapter& adapter, uint64_t id, Words) {
 
 std::string volumeOf(const Adapter& adapter, uint64_t drive) { // empty: it belongs to none
     if (adapter.volumes() == nullptr) return "";
-    for (auto& [target, volume] : adapter.volumes()->items()) {
+    for (const auto& [target, volume] : adapter.volumes()->items()) {
         const std::vector<uint64_t> drives = drivesOf(volume);
         if (std::find(drives.begin(), drives.end(), drive) != drives.end()) return adapter.number + "/" + target;
     }
@@ -368,7 +370,7 @@ void runOperation(Json& volume, uint64_t bit, const char* member, uint64_t progr
     RecordEdit info(volume, RecordOwner::LogicalDrive, "MR_LD_INFO");
     RecordEdit own(volume, RecordOwner::LogicalDrive, "MR_LD_PROGRESS");
     const bool done = progress == 65535;
-    for (auto& [record, prefix] : {std::pair{&info, "/progress"}, std::pair{&own, ""}}) {
+    for (const auto& [record, prefix] : {std::pair{&info, "/progress"}, std::pair{&own, ""}}) {
         if (!record->exists()) continue;
         const std::string active = std::string(prefix) + "/active";
         record->set(active, done ? record->number(active) & ~bit : record->number(active) | bit);
@@ -466,7 +468,7 @@ std::vector<std::string> describeDrives(Json& machine) {
     for (Json& controller : machine.at("controllers")) {
         Json* devices = findMember(controller, "devices");
         if (devices == nullptr) continue;
-        for (auto& [id, device] : devices->items()) {
+        for (const auto& [id, device] : devices->items()) {
             const RecordEdit drive(device, RecordOwner::Device, "MR_PD_INFO");
             if (!drive.exists() || (drive.number("/scsiDevType") & SCSI_DEVICE_TYPE_MASK) != SCSI_DEVICE_TYPE_DISK)
                 continue;
@@ -483,7 +485,7 @@ std::vector<std::string> describeVolumes(Json& machine) {
     for (Json& controller : machine.at("controllers")) {
         const Adapter adapter{controller, std::to_string(controller.value("number", -1)), lines};
         if (adapter.volumes() == nullptr) continue;
-        for (auto& [target, volume] : adapter.volumes()->items()) {
+        for (const auto& [target, volume] : adapter.volumes()->items()) {
             const RecordEdit info(volume, RecordOwner::LogicalDrive, "MR_LD_INFO");
             if (info.exists())
                 lines.push_back(volumeTitle(adapter, target, volume) + ": " +
