@@ -24,7 +24,7 @@ TEST(MachineStore, showsChangesAtOnceButControllersOnlyWhenTheyAreTaken) {
     EXPECT_TRUE(store.current()->configSpace.contains(2));
     EXPECT_EQ(store.taken(), nullptr);
     EXPECT_EQ(store.take()->front().id, 1U);
-    std::ofstream(path) << "{\"controllers\": [{\"id\": 3}], \"configSpace\": {\"2\": \"x\"}}"; // inode and size stay
+    std::ofstream(path) << R"({"controllers": [{"id": 3}], "configSpace": {"2": "x"}})"; // inode and size stay
     const timespec times[] = {{0, 0}, {1000, 5}};
     utimensat(AT_FDCWD, path.c_str(), times, 0);
     EXPECT_EQ(store.take()->front().id, 3U);
