@@ -37,12 +37,11 @@ int openTransaction(const std::shared_ptr<const sim::Machine>& machine) {
     if (!machine->dqmi) return FAILED;
     const std::vector<bool>& opens = machine->dqmi->opens;
     const bool opened = opens.empty() || opens[std::min(number, opens.size() - 1)];
-    return opened ? static_cast<int>(number + 1) : FAILED;
+    return opened ? int(number + 1) : FAILED;
 }
 
 void fillHeader(const sim::Dqmi& dqmi, const sim::Fault& fault, void* header) {
-    const uint32_t length =
-        fault.spoiledLength(dqmi.length.value_or(dqmi.answer ? static_cast<uint32_t>(dqmi.answer->size()) : 0));
+    const uint32_t length = fault.spoiledLength(dqmi.length.value_or(dqmi.answer ? uint32_t(dqmi.answer->size()) : 0));
     int32_t status = dqmi.status;
     fault.spoil(&status, sizeof status);
     auto* bytes = static_cast<uint8_t*>(header);
@@ -54,7 +53,7 @@ void fillHeader(const sim::Dqmi& dqmi, const sim::Fault& fault, void* header) {
 // A block of the caller's; NULL: no answer, or no memory.
 void* copyAnswer(const sim::Dqmi& dqmi, const sim::Fault& fault) {
     if (!dqmi.answer) return nullptr;
-    const auto described = static_cast<uint32_t>(dqmi.answer->size());
+    const auto described = uint32_t(dqmi.answer->size());
     const size_t length = std::min(described, fault.spoiledLength(described));
     void* block = malloc(std::max<size_t>(length, 1));
     if (block != nullptr) fault.spoil(block, sim::copyRecord(*dqmi.answer, block, length));

@@ -69,7 +69,7 @@ int ipmiSendCmd(IPMISession* session, uint8_t netFn, uint8_t command, const void
         if (!answer) return sim::Answer<int>{NOT_SENT};
         const size_t copied = sim::copyRecord(*answer, response, room);
         fault.spoil(response, copied);
-        *responseLength = fault.spoiledLength(static_cast<uint32_t>(copied));
+        *responseLength = fault.spoiledLength(uint32_t(copied));
         return sim::Answer<int>{SENT, {response, copied}};
     };
     return sim::recordedCall(

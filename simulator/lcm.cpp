@@ -102,7 +102,7 @@ const std::vector<sim::ParameterValue>* findValues(const sim::ParameterGroups& g
 // leaves a text that can be read.
 void* copyValue(const std::optional<sim::Bytes>& value, const sim::Fault& fault) {
     if (!value) return nullptr;
-    const auto described = static_cast<uint32_t>(value->size());
+    const auto described = uint32_t(value->size());
     const uint32_t said = fault.spoiledLength(described);
     const size_t length = std::min(described, said);
     void* block = calloc(1, std::max<size_t>(length + (said > described ? 1 : 0), 1));
@@ -147,11 +147,11 @@ LCMParamEntry* LCMParam_update(int refresh, const char* group, const char* name,
         if (described == nullptr || count == nullptr) return sim::Answer<int>{-1};
         const std::span<const sim::ParameterValue> values(described->data(), fault.empties() ? 0 : described->size());
         table = makeTable(values, fault);
-        if (table != nullptr) *count = static_cast<uint32_t>(values.size());
+        if (table != nullptr) *count = uint32_t(values.size());
         sim::CallOutput output;
         output.values = table;
         output.valueCount = *count;
-        return sim::Answer<int>{table != nullptr ? static_cast<int>(*count) : -1, output};
+        return sim::Answer<int>{table != nullptr ? int(*count) : -1, output};
     });
     return table;
 }

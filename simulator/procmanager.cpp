@@ -73,7 +73,7 @@ int ProcMonitorRegisterExt(int pid, const char* path, int flags, const char* nam
     size_t count = CALL_VALUES; // then each argument's text
     for (int i = 0; arguments != nullptr && i < argumentCount && i < MOST_ARGUMENTS; ++i)
         values[count++] = arguments[i];
-    return sim::answerCall(sim::Share::Always, "ProcMonitorRegisterExt", {values, count}, FAILED, {}, [&] {
+    return sim::answerCall(sim::Share::always, "ProcMonitorRegisterExt", {values, count}, FAILED, {}, [&] {
         const int result = sim::currentMachine()->processMonitor.registerExtResult;
         if (result == 0) noteProcess(path, name, pid);
         return sim::Answer<int>{result};

@@ -38,7 +38,7 @@ int hostSignal(pid_t pid, int signal) {
     const int result = known ? kill(pid, signal) : 0;
     const int error = errno;
     const sim::CallValue arguments[] = {pid, signal};
-    sim::logCall(sim::Share::Always, "hostSignal", arguments, result);
+    sim::logCall(sim::Share::always, "hostSignal", arguments, result);
     errno = error;
     return result;
 }

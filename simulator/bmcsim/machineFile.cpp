@@ -27,7 +27,7 @@ void writeText(const std::string& path, const std::string& text, mode_t mode) {
     for (size_t done = 0; written && done < text.size();) {
         const ssize_t count = write(descriptor, text.data() + done, text.size() - done);
         written = count > 0;
-        done += static_cast<size_t>(written ? count : 0);
+        done += size_t(written ? count : 0);
     }
     written = written && fsync(descriptor) == 0;
     const int error = errno;

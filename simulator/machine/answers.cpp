@@ -20,7 +20,7 @@ std::string argumentsText(std::span<const CallValue> arguments) {
     const TextSink sink = {
         [](void* whole, const char* piece, size_t size) { static_cast<std::string*>(whole)->append(piece, size); },
         &text};
-    writeArguments(sink, arguments.data(), arguments.size(), Blocks::Hashed);
+    writeArguments(sink, arguments.data(), arguments.size(), Blocks::hashed);
     return text;
 }
 

@@ -3,7 +3,7 @@
 #include "simulator/machine/answers.h"
 #include "simulator/machine/faults.h"
 #include "simulator/machine/jsonNode.h"
-#include "simulator/machine/recordReader.h"
+#include "simulator/machine/recordParser.h"
 
 #include <cmath>
 
@@ -27,7 +27,7 @@ std::string bytesOfText(const Node& node) {
         if (first < 0x80) {
             bytes += text[i];
         } else if (first < 0xC4 && i + 1 < text.size()) {
-            bytes += static_cast<char>((first & 3) << 6 | (text[++i] & 0x3F));
+            bytes += char((first & 3) << 6 | (text[++i] & 0x3F));
         } else {
             node.fail("has a character beyond U+00FF, which stands for no byte");
         }
@@ -48,7 +48,7 @@ std::string argumentText(const Node& node) {
 }
 
 void readResult(const Node& node, CallResult kind, AnswerRule& rule) {
-    if (kind == CallResult::Text) {
+    if (kind == CallResult::text) {
         rule.text = bytesOfText(node);
     } else if (!node.json.is_number() || std::fabs(node.json.get<double>()) > std::numeric_limits<uint32_t>::max()) {
         node.fail("must be a number of 32 bits");
@@ -59,7 +59,7 @@ void readResult(const Node& node, CallResult kind, AnswerRule& rule) {
 
 // What comes as a session, a table or a block has places of its own in the file.
 bool canBeAnswered(const LibraryCall& call) {
-    return call.result != CallResult::Session && call.result != CallResult::Table;
+    return call.result != CallResult::session && call.result != CallResult::table;
 }
 
 void readAnswer(const Node& node, Machine& machine) {
@@ -78,7 +78,7 @@ void readAnswer(const Node& node, Machine& machine) {
                             });
                         }},
                        {"result", [&](const Node& n) { readResult(n, call->result, rule); }},
-                       {"out", [&](const Node& n) { rule.output = readHex(n); }}});
+                       {"out", [&](const Node& n) { rule.output = parseHex(n); }}});
     const bool fresh = machine.answers[std::string(call->name)].try_emplace(arguments, rule).second;
     if (!fresh) node.fail("answers the same call as an earlier one");
 }

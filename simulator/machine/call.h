@@ -34,7 +34,7 @@ inline Number spoiledResult(const Fault& fault, Number number) {
     return {fault.spoiledNumber(number.value)};
 }
 inline Real spoiledResult(const Fault& fault, Real real) {
-    const int whole = static_cast<int>(real.value);
+    const int whole = int(real.value);
     const int spoiled = fault.spoiledNumber(whole);
     return spoiled == whole ? real : Real{static_cast<float>(spoiled)};
 }
@@ -56,10 +56,10 @@ inline CallValue recorded(const char* text) {
 }
 
 inline void takeResult(const DescribedAnswer& described, int& status) {
-    status = static_cast<int>(described.number);
+    status = int(described.number);
 }
 inline void takeResult(const DescribedAnswer& described, Number& number) {
-    number.value = static_cast<int>(described.number);
+    number.value = int(described.number);
 }
 inline void takeResult(const DescribedAnswer& described, Real& real) {
     real.value = static_cast<float>(described.number);
@@ -108,7 +108,7 @@ Result answerCall(Share share, const char* name, std::span<const CallValue> argu
 // A call that is recorded only when asked for, and one that changes something outside or asks for something once.
 template <class Result, class Body>
 Result call(const char* name, std::initializer_list<CallValue> arguments, Result failure, Room room, Body body) {
-    return answerCall(Share::WhenChanged, name, {arguments.begin(), arguments.size()}, failure, room, body);
+    return answerCall(Share::whenChanged, name, {arguments.begin(), arguments.size()}, failure, room, body);
 }
 template <class Result, class Body>
 Result call(const char* name, std::initializer_list<CallValue> arguments, Result failure, Body body) {
@@ -117,7 +117,7 @@ Result call(const char* name, std::initializer_list<CallValue> arguments, Result
 template <class Result, class Body>
 Result recordedCall(const char* name, std::initializer_list<CallValue> arguments, Result failure, Room room,
                     Body body) {
-    return answerCall(Share::Always, name, {arguments.begin(), arguments.size()}, failure, room, body);
+    return answerCall(Share::always, name, {arguments.begin(), arguments.size()}, failure, room, body);
 }
 template <class Result, class Body>
 Result recordedCall(const char* name, std::initializer_list<CallValue> arguments, Result failure, Body body) {
@@ -139,7 +139,7 @@ void outputCall(const char* name, std::initializer_list<CallValue> arguments, Ro
     const std::optional<DescribedAnswer> described = findAnswer(name, all);
     const CallOutput output = described ? described->handOut(room.data, room.size, room.isText) : body();
     if (output.data != nullptr) fault.spoil(output.data, output.size);
-    logCall(Share::WhenChanged, name, all, 0, output);
+    logCall(Share::whenChanged, name, all, 0, output);
 }
 
 } // namespace sim

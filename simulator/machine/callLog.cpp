@@ -18,7 +18,7 @@ namespace {
 constexpr char FORM_FILE[] = "trace";
 
 Recording settingOfForm() {
-    static const Recording setting = recordingWord(getenv("BMC_TRACE"), Recording::None);
+    static const Recording setting = recordingWord(getenv("BMC_TRACE"), Recording::none);
     return setting;
 }
 
@@ -57,7 +57,7 @@ Recording readForm() {
 // The file is looked for once in a tick of the coarse clock, which costs no system call to read.
 Recording recordingNow() {
     static std::atomic<int64_t> lookedAt{-1};
-    static std::atomic<Recording> form{Recording::None};
+    static std::atomic<Recording> form{Recording::none};
     timespec now = {};
     clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
     const int64_t tick = int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
@@ -71,7 +71,7 @@ void logCall(Share share, const char* name, std::span<const CallValue> arguments
              const CallOutput& output) {
     if (!hasMachine()) return;
     const Recording recording = recordingNow();
-    if (recording == Recording::None && share != Share::Always) return;
+    if (recording == Recording::none && share != Share::always) return;
     try {
         const NotCancelled guard;
         theRecorder().record({clockTime().seconds, name, arguments.data(), arguments.size(), result, output}, recording,

@@ -47,16 +47,16 @@ struct RunningClock {
 
     int64_t microseconds() const {
         const int64_t elapsed = microsecondsOf(source) - sourceStart;
-        return start + (speed == 1 ? elapsed : static_cast<int64_t>(static_cast<double>(elapsed) * speed));
+        return start + (speed == 1 ? elapsed : int64_t(double(elapsed) * speed));
     }
     unsigned sleep(unsigned seconds) const {
         const double realSeconds = seconds / speed;
         timespec left = {};
-        left.tv_sec = static_cast<time_t>(realSeconds);
-        left.tv_nsec = static_cast<long>((realSeconds - std::floor(realSeconds)) * 1e9);
+        left.tv_sec = time_t(realSeconds);
+        left.tv_nsec = long((realSeconds - std::floor(realSeconds)) * 1e9);
         if (clock_nanosleep(CLOCK_MONOTONIC, 0, &left, &left) != EINTR) return 0;
-        const double realLeft = static_cast<double>(left.tv_sec) + static_cast<double>(left.tv_nsec) / 1e9;
-        return static_cast<unsigned>(std::ceil(realLeft * speed));
+        const double realLeft = double(left.tv_sec) + double(left.tv_nsec) / 1e9;
+        return unsigned(std::ceil(realLeft * speed));
     }
 };
 
@@ -96,7 +96,7 @@ ClockTime clockTime() {
     const Clock& clock = theClock();
     if (!clock.running) return {clock.virtualClock->now(), 0};
     const int64_t time = clock.running->microseconds();
-    return {time / 1000000, static_cast<int32_t>(time % 1000000)};
+    return {time / 1000000, int32_t(time % 1000000)};
 }
 
 unsigned clockSleep(unsigned seconds) {

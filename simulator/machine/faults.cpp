@@ -69,7 +69,7 @@ constexpr CountField COUNT_FIELDS[] = {
 uint8_t garbageByte(uint64_t number, size_t index) {
     uint64_t mixed = (number << 20 ^ index) * 0x9E3779B97F4A7C15;
     mixed = (mixed ^ mixed >> 31) * 0xBF58476D1CE4E5B9;
-    return static_cast<uint8_t>(mixed >> 56);
+    return uint8_t(mixed >> 56);
 }
 
 // Never NUL, never longer than a value's text may be.
@@ -78,7 +78,7 @@ std::string garbageText(uint64_t number) {
     constexpr size_t longest = 300;
     number %= texts;
     std::string text(1 + garbageByte(number, 0) * longest / UINT8_MAX, '\0');
-    for (size_t i = 0; i < text.size(); ++i) text[i] = static_cast<char>(garbageByte(number, i + 1) | 1);
+    for (size_t i = 0; i < text.size(); ++i) text[i] = char(garbageByte(number, i + 1) | 1);
     return text;
 }
 
@@ -101,8 +101,7 @@ class CountFile {
         if (line_ == nullptr) return;
         Line line;
         memset(line.digits, ' ', sizeof line.digits);
-        for (size_t i = sizeof line.digits; i > 0 && count > 0; count /= 10)
-            line.digits[--i] = static_cast<char>('0' + count % 10);
+        for (size_t i = sizeof line.digits; i > 0 && count > 0; count /= 10) line.digits[--i] = char('0' + count % 10);
         *line_ = line;
     }
 
@@ -126,9 +125,9 @@ class CallCounter {
             machine_ = machine;
             fitted_.assign(machine->faults.size(), 0);
         }
-        FaultKind kind = FaultKind::None;
+        FaultKind kind = FaultKind::none;
         for (size_t i = 0; i < fitted_.size(); ++i)
-            if (applies(machine->faults[i], fitted_[i], name, arguments) && kind == FaultKind::None)
+            if (applies(machine->faults[i], fitted_[i], name, arguments) && kind == FaultKind::none)
                 kind = machine->faults[i].kind;
         return {kind, count_};
     }
@@ -191,35 +190,35 @@ const char* keepText(std::string text) {
 }
 
 void Fault::wait() const {
-    if (kind_ == FaultKind::Slow)
+    if (kind_ == FaultKind::slow)
         for (unsigned left = SLOW_SECONDS; left > 0;) left = clockSleep(left);
-    while (kind_ == FaultKind::Hang) clockSleep(HANG_SECONDS);
+    while (kind_ == FaultKind::hang) clockSleep(HANG_SECONDS);
 }
 
 void Fault::spoil(void* data, size_t size, std::string_view record) const {
     auto* bytes = static_cast<uint8_t*>(data);
-    if (kind_ == FaultKind::Error || kind_ == FaultKind::Empty) std::fill_n(bytes, size, uint8_t{0});
-    if (kind_ == FaultKind::Short) std::fill(bytes + size / 2, bytes + size, uint8_t{0});
-    if (kind_ == FaultKind::Garbage)
+    if (kind_ == FaultKind::error || kind_ == FaultKind::empty) std::fill_n(bytes, size, uint8_t{0});
+    if (kind_ == FaultKind::half) std::fill(bytes + size / 2, bytes + size, uint8_t{0});
+    if (kind_ == FaultKind::garbage)
         for (size_t i = 0; i < size; ++i) bytes[i] = garbageByte(callNumber_, i);
-    if (kind_ != FaultKind::Counts) return;
+    if (kind_ != FaultKind::counts) return;
     for (const CountField& field : COUNT_FIELDS)
         if (field.record == record && field.offset + field.size <= size)
             std::fill_n(bytes + field.offset, field.size, uint8_t{0xFF});
 }
 
 uint32_t Fault::spoiledLength(uint32_t length) const {
-    if (kind_ == FaultKind::Empty) return 0;
-    if (kind_ == FaultKind::Short) return length / 2;
-    return kind_ == FaultKind::Counts ? std::numeric_limits<uint32_t>::max() : length;
+    if (kind_ == FaultKind::empty) return 0;
+    if (kind_ == FaultKind::half) return length / 2;
+    return kind_ == FaultKind::counts ? std::numeric_limits<uint32_t>::max() : length;
 }
 
 int Fault::spoiledNumber(int number) const {
     switch (kind_) {
-    case FaultKind::Empty: return 0;
-    case FaultKind::Short: return number & 0xFF;
-    case FaultKind::Counts: return std::numeric_limits<int>::max();
-    case FaultKind::Garbage: spoil(&number, sizeof number); return number;
+    case FaultKind::empty: return 0;
+    case FaultKind::half: return number & 0xFF;
+    case FaultKind::counts: return std::numeric_limits<int>::max();
+    case FaultKind::garbage: spoil(&number, sizeof number); return number;
     default: return number;
     }
 }
@@ -228,10 +227,10 @@ const char* Fault::spoiledText(const char* text) const {
     constexpr size_t longest = 4096;
     try {
         switch (kind_) {
-        case FaultKind::Empty: return "";
-        case FaultKind::Short: return keepText(std::string(text, strlen(text) / 2));
-        case FaultKind::Counts: return keepText(std::string(longest, 'x'));
-        case FaultKind::Garbage: return keepText(garbageText(callNumber_));
+        case FaultKind::empty: return "";
+        case FaultKind::half: return keepText(std::string(text, strlen(text) / 2));
+        case FaultKind::counts: return keepText(std::string(longest, 'x'));
+        case FaultKind::garbage: return keepText(garbageText(callNumber_));
         default: return text;
         }
     } catch (const std::exception&) { // no memory

@@ -49,8 +49,8 @@ class Fault {
     void wait() const; // a slow call returns from here late, one that hangs never
 
     // The call does nothing and says that it failed.
-    bool fails() const { return kind_ == FaultKind::Error; }
-    bool empties() const { return kind_ == FaultKind::Empty; }
+    bool fails() const { return kind_ == FaultKind::error; }
+    bool empties() const { return kind_ == FaultKind::empty; }
 
     // Bytes that are handed out; `record` says where counts lie in them.
     void spoil(void* data, size_t size, std::string_view record = {}) const;
@@ -62,7 +62,7 @@ class Fault {
     const char* spoiledText(const char* text) const; // lives as long as the process
 
   private:
-    FaultKind kind_ = FaultKind::None;
+    FaultKind kind_ = FaultKind::none;
     uint64_t callNumber_ = 0; // of all calls, the seed of garbage
 };
 

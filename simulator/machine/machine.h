@@ -77,7 +77,7 @@ struct Dqmi {
     std::optional<Bytes> answer;
 };
 
-enum class FaultKind : uint8_t { None, Error, Empty, Short, Garbage, Counts, Slow, Hang };
+enum class FaultKind : uint8_t { none, error, empty, half, garbage, counts, slow, hang };
 
 // Which calls go wrong; faults.h says what that means.
 struct FaultRule {
@@ -86,7 +86,7 @@ struct FaultRule {
     std::optional<uint32_t> device;
     uint64_t nth = 1;
     std::optional<uint64_t> times; // nothing: for ever
-    FaultKind kind = FaultKind::None;
+    FaultKind kind = FaultKind::none;
 };
 
 // What one call answers; answers.h says more.

@@ -3,7 +3,7 @@
 #include "simulator/machine/answersReader.h"
 #include "simulator/machine/faults.h"
 #include "simulator/machine/jsonNode.h"
-#include "simulator/machine/recordReader.h"
+#include "simulator/machine/recordParser.h"
 
 #include <cmath>
 #include <cstring>
@@ -15,11 +15,11 @@ namespace {
 
 constexpr size_t ANY_COUNT = SIZE_MAX;
 
-void readRecords(const Node& node, RecordOwner owner, Records& records) {
+void parseRecords(const Node& node, RecordOwner owner, Records& records) {
     forEachMember(node, [&](const Node& member) {
         const RecordLayout* layout = findRecordLayout(owner, member.key);
         if (layout == nullptr) member.fail("unknown record");
-        if (!member.json.is_null()) records.emplace(layout->name, readRecord(member, *layout));
+        if (!member.json.is_null()) records.emplace(layout->name, parseRecord(member, *layout));
     });
 }
 
@@ -42,26 +42,26 @@ std::optional<std::array<float, 4>> readThresholds(const Node& node) {
 }
 
 void readDevice(const Node& node, Device& device) {
-    readMembers(node,
-                {{"records", [&](const Node& n) { readRecords(n, RecordOwner::Device, device.records); }},
-                 {"pages",
-                  [&](const Node& n) {
-                      forEachMember(n, [&](const Node& page) {
-                          std::optional<Bytes>& place = addByNumber(page, device.pages);
-                          if (!page.json.is_null()) place = readRecord(page);
-                      });
-                  }},
-                 {"sasRpm", [&](const Node& n) { device.sasRpm = static_cast<uint32_t>(readUnsigned(n, UINT32_MAX)); }},
-                 {"ataRpm", [&](const Node& n) { device.ataRpm = static_cast<uint32_t>(readUnsigned(n, UINT32_MAX)); }},
-                 {"temperature", [&](const Node& n) { device.temperature = readInteger(n); }},
-                 {"thresholds", [&](const Node& n) {
-                      forEachElement(n, ANY_COUNT,
-                                     [&](const Node& sensor) { device.thresholds.push_back(readThresholds(sensor)); });
-                  }}});
+    readMembers(node, {{"records", [&](const Node& n) { parseRecords(n, RecordOwner::device, device.records); }},
+                       {"pages",
+                        [&](const Node& n) {
+                            forEachMember(n, [&](const Node& page) {
+                                std::optional<Bytes>& place = addByNumber(page, device.pages);
+                                if (!page.json.is_null()) place = parseRecord(page);
+                            });
+                        }},
+                       {"sasRpm", [&](const Node& n) { device.sasRpm = uint32_t(readUnsigned(n, UINT32_MAX)); }},
+                       {"ataRpm", [&](const Node& n) { device.ataRpm = uint32_t(readUnsigned(n, UINT32_MAX)); }},
+                       {"temperature", [&](const Node& n) { device.temperature = readInteger(n); }},
+                       {"thresholds", [&](const Node& n) {
+                            forEachElement(n, ANY_COUNT, [&](const Node& sensor) {
+                                device.thresholds.push_back(readThresholds(sensor));
+                            });
+                        }}});
 }
 
 void readLogicalDrive(const Node& node, Records& records) {
-    readMembers(node, {{"records", [&](const Node& n) { readRecords(n, RecordOwner::LogicalDrive, records); }}});
+    readMembers(node, {{"records", [&](const Node& n) { parseRecords(n, RecordOwner::logicalDrive, records); }}});
 }
 
 // A null device or logical drive is as good as none.
@@ -81,9 +81,9 @@ Controller readController(const Node& node) {
     if (!node.json.is_object()) node.fail("must be an object");
     if (node.json.value("id", Json()).is_null()) node.fail("has no id");
     readMembers(node,
-                {{"id", [&](const Node& n) { controller.id = static_cast<uint32_t>(readUnsigned(n, UINT32_MAX)); }},
+                {{"id", [&](const Node& n) { controller.id = uint32_t(readUnsigned(n, UINT32_MAX)); }},
                  {"number", [&](const Node& n) { controller.number = readInteger(n); }},
-                 {"records", [&](const Node& n) { readRecords(n, RecordOwner::Controller, controller.records); }},
+                 {"records", [&](const Node& n) { parseRecords(n, RecordOwner::controller, controller.records); }},
                  {"devices", [&](const Node& n) { readByNumber(n, controller.devices, readDevice); }},
                  {"logicalDrives", [&](const Node& n) { readByNumber(n, controller.logicalDrives, readLogicalDrive); }},
                  {"batteryStatus", [&](const Node& n) { controller.batteryStatus = readInteger(n); }},
@@ -109,18 +109,18 @@ Bytes textItem(const std::string& text) {
 
 void readConfigSpace(const Node& node, std::map<uint16_t, Bytes>& items) {
     readByNumber(node, items, [](const Node& item, Bytes& bytes) {
-        bytes = item.json.is_string() ? textItem(readText(item)) : readRecord(item);
+        bytes = item.json.is_string() ? textItem(readText(item)) : parseRecord(item);
     });
 }
 
 // A good answer: completion code 0, then the enterprise number, 1 and the state.
 Bytes agentsAnswer(uint64_t state) {
-    return {0, 0, 0, 0, 1, static_cast<uint8_t>(state)};
+    return {0, 0, 0, 0, 1, uint8_t(state)};
 }
 
 void readAgents(const Node& node, std::optional<Bytes>& answer) {
     if (node.json.is_object() && node.json.size() > 1) node.fail("must have either a response or a state");
-    readMembers(node, {{"response", [&](const Node& n) { answer = readRecord(n); }},
+    readMembers(node, {{"response", [&](const Node& n) { answer = parseRecord(n); }},
                        {"state", [&](const Node& n) { answer = agentsAnswer(readUnsigned(n, 2)); }}});
 }
 
@@ -162,7 +162,7 @@ struct ValueType {
     Bytes (*read)(const Node&);
 };
 constexpr ValueType VALUE_TYPES[] = {
-    {"raw", STATE_AVAILABLE, TYPE_RAW, readHex},
+    {"raw", STATE_AVAILABLE, TYPE_RAW, parseHex},
     {"text", STATE_AVAILABLE, TYPE_TEXT, [](const Node& node) { return textItem(readText(node)); }},
     {"number", STATE_AVAILABLE, TYPE_NUMBER, readNumberValue},
     {"invalid", STATE_AVAILABLE, TYPE_INVALID, readAnyValue},
@@ -180,7 +180,7 @@ const ValueType& findValueType(const Node& value) {
 
 // A number has 4 bytes where they suffice.
 uint32_t lengthOf(const ValueType& type, const Bytes& value) {
-    if (type.type != TYPE_NUMBER) return static_cast<uint32_t>(value.size());
+    if (type.type != TYPE_NUMBER) return uint32_t(value.size());
     int64_t number = 0;
     memcpy(&number, value.data(), sizeof number);
     return number >= INT32_MIN && number <= int64_t{UINT32_MAX} ? 4 : 8;
@@ -191,10 +191,9 @@ ParameterValue readParameterValue(const Node& node) {
     const ValueType& type = findValueType(node);
     ParameterValue result{type.state, type.type, 0, {}};
     std::optional<uint32_t> length;
-    readMembers(node,
-                {{"type", [](const Node&) {}},
-                 {"value", [&](const Node& n) { result.value = type.read(n); }},
-                 {"length", [&](const Node& n) { length = static_cast<uint32_t>(readUnsigned(n, UINT32_MAX)); }}});
+    readMembers(node, {{"type", [](const Node&) {}},
+                       {"value", [&](const Node& n) { result.value = type.read(n); }},
+                       {"length", [&](const Node& n) { length = uint32_t(readUnsigned(n, UINT32_MAX)); }}});
     if (result.value && !length) length = lengthOf(type, *result.value);
     result.length = length.value_or(0);
     if (result.value && result.length <= LARGEST_VALUE) result.value->resize(result.length);
@@ -225,12 +224,12 @@ bool readFlag(const Node& node) {
 }
 
 void readUser(const Node& node, IpmiUser& user) {
-    readMembers(node, {{"code", [&](const Node& n) { user.code = static_cast<uint8_t>(readUnsigned(n, UINT8_MAX)); }},
-                       {"name", [&](const Node& n) { user.name = readRecord(n); }},
+    readMembers(node, {{"code", [&](const Node& n) { user.code = uint8_t(readUnsigned(n, UINT8_MAX)); }},
+                       {"name", [&](const Node& n) { user.name = parseRecord(n); }},
                        {"snmp", [&](const Node& n) {
                             user.snmp.emplace();
                             forEachElement(n, user.snmp->size(), [&](const Node& byte) {
-                                (*user.snmp)[byte.index] = static_cast<uint8_t>(readUnsigned(byte, UINT8_MAX));
+                                (*user.snmp)[byte.index] = uint8_t(readUnsigned(byte, UINT8_MAX));
                             });
                             if (n.json.size() != user.snmp->size()) n.fail("must have four bytes");
                         }}});
@@ -239,7 +238,7 @@ void readUser(const Node& node, IpmiUser& user) {
 void readIpmi(const Node& node, Ipmi& ipmi) {
     readMembers(node, {{"session", [&](const Node& n) { ipmi.session = readFlag(n); }},
                        {"lanChannel", [&](const Node& n) { ipmi.lanChannel = readInteger(n); }},
-                       {"userAccess", [&](const Node& n) { ipmi.userAccess = readRecord(n); }},
+                       {"userAccess", [&](const Node& n) { ipmi.userAccess = parseRecord(n); }},
                        {"users", [&](const Node& n) { readByNumber(n, ipmi.users, readUser); }}});
 }
 
@@ -252,23 +251,22 @@ bool readSuccess(const Node& node) {
 
 Dqmi readDqmi(const Node& node) {
     Dqmi dqmi;
-    readMembers(node,
-                {{"connection", [&](const Node& n) { dqmi.connection = readInteger(n); }},
-                 {"open",
-                  [&](const Node& n) {
-                      forEachElement(n, ANY_COUNT, [&](const Node& e) { dqmi.opens.push_back(readSuccess(e)); });
-                  }},
-                 {"read", [&](const Node& n) { dqmi.readable = readSuccess(n); }},
-                 {"status", [&](const Node& n) { dqmi.status = readInteger(n); }},
-                 {"length", [&](const Node& n) { dqmi.length = static_cast<uint32_t>(readUnsigned(n, UINT32_MAX)); }},
-                 {"text", [&](const Node& n) {
-                      if (!n.json.is_string()) {
-                          dqmi.answer = readRecord(n);
-                          return;
-                      }
-                      const std::string& text = readText(n);
-                      dqmi.answer.emplace(text.begin(), text.end());
-                  }}});
+    readMembers(node, {{"connection", [&](const Node& n) { dqmi.connection = readInteger(n); }},
+                       {"open",
+                        [&](const Node& n) {
+                            forEachElement(n, ANY_COUNT, [&](const Node& e) { dqmi.opens.push_back(readSuccess(e)); });
+                        }},
+                       {"read", [&](const Node& n) { dqmi.readable = readSuccess(n); }},
+                       {"status", [&](const Node& n) { dqmi.status = readInteger(n); }},
+                       {"length", [&](const Node& n) { dqmi.length = uint32_t(readUnsigned(n, UINT32_MAX)); }},
+                       {"text", [&](const Node& n) {
+                            if (!n.json.is_string()) {
+                                dqmi.answer = parseRecord(n);
+                                return;
+                            }
+                            const std::string& text = readText(n);
+                            dqmi.answer.emplace(text.begin(), text.end());
+                        }}});
     const uint32_t length = dqmi.length.value_or(0);
     if (dqmi.answer && length > dqmi.answer->size() && length <= LARGEST_VALUE) dqmi.answer->resize(length);
     return dqmi;
@@ -289,10 +287,10 @@ struct FaultWord {
     std::string_view word;
     FaultKind kind;
 };
-constexpr FaultWord FAULT_WORDS[] = {{"error", FaultKind::Error},   {"empty", FaultKind::Empty},
-                                     {"short", FaultKind::Short},   {"garbage", FaultKind::Garbage},
-                                     {"counts", FaultKind::Counts}, {"slow", FaultKind::Slow},
-                                     {"hang", FaultKind::Hang}};
+constexpr FaultWord FAULT_WORDS[] = {{"error", FaultKind::error},   {"empty", FaultKind::empty},
+                                     {"short", FaultKind::half},    {"garbage", FaultKind::garbage},
+                                     {"counts", FaultKind::counts}, {"slow", FaultKind::slow},
+                                     {"hang", FaultKind::hang}};
 
 FaultKind readFaultKind(const Node& node) {
     const std::string& text = readText(node);
@@ -309,15 +307,13 @@ uint64_t readPositive(const Node& node) {
 
 FaultRule readFault(const Node& node) {
     FaultRule rule;
-    readMembers(
-        node,
-        {{"call", [&](const Node& n) { rule.call = readText(n); }},
-         {"controller", [&](const Node& n) { rule.controller = static_cast<uint32_t>(readUnsigned(n, UINT32_MAX)); }},
-         {"device", [&](const Node& n) { rule.device = static_cast<uint32_t>(readUnsigned(n, UINT16_MAX)); }},
-         {"nth", [&](const Node& n) { rule.nth = readPositive(n); }},
-         {"times", [&](const Node& n) { rule.times = readPositive(n); }},
-         {"kind", [&](const Node& n) { rule.kind = readFaultKind(n); }}});
-    if (rule.kind == FaultKind::None) node.fail("has no kind");
+    readMembers(node, {{"call", [&](const Node& n) { rule.call = readText(n); }},
+                       {"controller", [&](const Node& n) { rule.controller = uint32_t(readUnsigned(n, UINT32_MAX)); }},
+                       {"device", [&](const Node& n) { rule.device = uint32_t(readUnsigned(n, UINT16_MAX)); }},
+                       {"nth", [&](const Node& n) { rule.nth = readPositive(n); }},
+                       {"times", [&](const Node& n) { rule.times = readPositive(n); }},
+                       {"kind", [&](const Node& n) { rule.kind = readFaultKind(n); }}});
+    if (rule.kind == FaultKind::none) node.fail("has no kind");
     const LibraryCall* call = findLibraryCall(rule.call);
     if (!rule.call.empty() && call == nullptr) node.fail("there is no library function \"" + rule.call + "\"");
     const size_t wanted = rule.device ? 2 : (rule.controller ? 1 : 0);
@@ -331,8 +327,7 @@ void readFaults(const Node& node, std::vector<FaultRule>& faults) {
 }
 
 void readWriteFailures(const Node& node, std::set<uint16_t>& ids) {
-    forEachElement(node, ANY_COUNT,
-                   [&](const Node& id) { ids.insert(static_cast<uint16_t>(readUnsigned(id, UINT16_MAX))); });
+    forEachElement(node, ANY_COUNT, [&](const Node& id) { ids.insert(uint16_t(readUnsigned(id, UINT16_MAX))); });
 }
 
 Machine readWhole(const Node& node) {

@@ -35,10 +35,10 @@ FileText readFile(const std::string& path) {
         if (status.st_size > LARGEST_FILE) result.fault = "longer than 64 MiB";
     }
     if (result.fault.empty()) {
-        result.text.resize(static_cast<size_t>(status.st_size));
+        result.text.resize(size_t(status.st_size));
         const ssize_t length = read(descriptor, result.text.data(), result.text.size());
         if (length < 0) result.fault = strerror(errno);
-        result.text.resize(static_cast<size_t>(std::max<ssize_t>(length, 0)));
+        result.text.resize(size_t(std::max<ssize_t>(length, 0)));
     }
     if (descriptor >= 0) close(descriptor);
     return result;

@@ -16,18 +16,13 @@ constexpr std::span<const Field> membersOf{};
 template <class Member>
 constexpr Field field(std::string_view name, size_t offset) {
     using Element = std::remove_extent_t<Member>;
-    Field result{name,
-                 static_cast<uint32_t>(offset),
-                 sizeof(Element),
-                 static_cast<uint32_t>(std::extent_v<Member>),
-                 FieldKind::Number,
-                 {}};
+    Field result{name, uint32_t(offset), sizeof(Element), uint32_t(std::extent_v<Member>), FieldKind::number, {}};
     if constexpr (std::is_same_v<Element, char>) {
-        result.kind = FieldKind::Text;
+        result.kind = FieldKind::text;
         result.size = sizeof(Member);
         result.count = 0;
     } else if constexpr (std::is_class_v<Element>) {
-        result.kind = FieldKind::Struct;
+        result.kind = FieldKind::record;
         result.members = membersOf<Element>;
         static_assert(!membersOf<Element>.empty());
     } else {
@@ -130,7 +125,7 @@ MEMBERS(SL_ENCL_STATUS_T,
     FIELD(SL_ENCL_STATUS_T, sensorCount), FIELD(SL_ENCL_STATUS_T, alarmCount), FIELD(SL_ENCL_STATUS_T, element))
 
 // The declared array has one entry; the start of a second lies inside the record.
-constexpr Field CONFIGURED_DRIVES{"ld", offsetof(MR_CONFIG_DATA, ld), sizeof(MR_LD_CONFIG), 2, FieldKind::Struct,
+constexpr Field CONFIGURED_DRIVES{"ld", offsetof(MR_CONFIG_DATA, ld), sizeof(MR_LD_CONFIG), 2, FieldKind::record,
                                   membersOf<MR_LD_CONFIG>};
 MEMBERS(MR_CONFIG_DATA, FIELD(MR_CONFIG_DATA, logDrvCount), CONFIGURED_DRIVES)
 
@@ -138,29 +133,29 @@ MEMBERS(MR_CONFIG_DATA, FIELD(MR_CONFIG_DATA, logDrvCount), CONFIGURED_DRIVES)
 #define BYTES(name, owner, opcode, size) {name, RecordOwner::owner, opcode, size, {}}
 
 constexpr RecordLayout LAYOUTS[] = {
-    RECORD(MR_CTRL_INFO, Controller, 0),
-    RECORD(MR_CTRL_PROP, Controller, 0x01020100),
-    RECORD(MR_MFC_DEFAULTS, Controller, 0x010E0201),
-    RECORD(MR_PR_STATUS, Controller, 0x01070100),
-    RECORD(MR_PR_PROPERTIES, Controller, 0x01070200),
-    RECORD(MR_CC_SCHEDULE_PROPERTIES, Controller, 0x01140200),
-    RECORD(MR_BBU_STATUS, Controller, 0x05010000),
-    RECORD(MR_BBU_CAPACITY_INFO, Controller, 0x05020000),
-    RECORD(MR_BBU_DESIGN_INFO, Controller, 0x05030000),
-    RECORD(MR_BBU_PROPERTIES, Controller, 0x05050100),
-    RECORD(MR_CONFIG_DATA, Controller, 0x04010000),
-    RECORD(MR_PD_LIST, Controller, 0),
-    RECORD(MR_SAS_CONNECTORS, Controller, 0),
-    RECORD(MR_ENCL_LIST, Controller, 0),
-    BYTES("0x010C0100", Controller, 0x010C0100, 64), // boot drive
-    BYTES("0x01030100", Controller, 0x01030100, 1),  // alarm
-    RECORD(MR_PD_INFO, Device, 0),
-    BYTES("SATA_IDENTIFY", Device, 0, SATA_IDENTIFY_SIZE),
-    RECORD(SL_ENCL_STATUS_T, Device, 0),
-    BYTES("LDS_OF_PD", Device, 0, sizeof(SL_LD_OF_PD_T)),
-    RECORD(MR_LD_INFO, LogicalDrive, 0),
-    RECORD(MR_LD_PROGRESS, LogicalDrive, 0),
-    BYTES("SL_PD_IN_LD_T", LogicalDrive, 0, sizeof(SL_PD_IN_LD_T)),
+    RECORD(MR_CTRL_INFO, controller, 0),
+    RECORD(MR_CTRL_PROP, controller, 0x01020100),
+    RECORD(MR_MFC_DEFAULTS, controller, 0x010E0201),
+    RECORD(MR_PR_STATUS, controller, 0x01070100),
+    RECORD(MR_PR_PROPERTIES, controller, 0x01070200),
+    RECORD(MR_CC_SCHEDULE_PROPERTIES, controller, 0x01140200),
+    RECORD(MR_BBU_STATUS, controller, 0x05010000),
+    RECORD(MR_BBU_CAPACITY_INFO, controller, 0x05020000),
+    RECORD(MR_BBU_DESIGN_INFO, controller, 0x05030000),
+    RECORD(MR_BBU_PROPERTIES, controller, 0x05050100),
+    RECORD(MR_CONFIG_DATA, controller, 0x04010000),
+    RECORD(MR_PD_LIST, controller, 0),
+    RECORD(MR_SAS_CONNECTORS, controller, 0),
+    RECORD(MR_ENCL_LIST, controller, 0),
+    BYTES("0x010C0100", controller, 0x010C0100, 64), // boot drive
+    BYTES("0x01030100", controller, 0x01030100, 1),  // alarm
+    RECORD(MR_PD_INFO, device, 0),
+    BYTES("SATA_IDENTIFY", device, 0, SATA_IDENTIFY_SIZE),
+    RECORD(SL_ENCL_STATUS_T, device, 0),
+    BYTES("LDS_OF_PD", device, 0, sizeof(SL_LD_OF_PD_T)),
+    RECORD(MR_LD_INFO, logicalDrive, 0),
+    RECORD(MR_LD_PROGRESS, logicalDrive, 0),
+    BYTES("SL_PD_IN_LD_T", logicalDrive, 0, sizeof(SL_PD_IN_LD_T)),
 };
 // clang-format on
 

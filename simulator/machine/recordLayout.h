@@ -9,7 +9,7 @@
 
 namespace sim {
 
-enum class FieldKind : uint8_t { Number, Text, Struct };
+enum class FieldKind : uint8_t { number, text, record };
 
 // A member. `count` is 0 for a single value; an array's elements lie `size` bytes apart.
 struct Field {
@@ -21,7 +21,7 @@ struct Field {
     std::span<const Field> members; // of a Struct
 };
 
-enum class RecordOwner : uint8_t { Controller, Device, LogicalDrive };
+enum class RecordOwner : uint8_t { controller, device, logicalDrive };
 
 struct RecordLayout {
     std::string_view name; // as in the machine file

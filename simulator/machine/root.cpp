@@ -41,7 +41,7 @@ bool writeAll(int descriptor, std::string_view text) {
         const ssize_t written = write(descriptor, text.data(), text.size());
         if (written < 0 && errno == EINTR) continue;
         if (written <= 0) return false;
-        text.remove_prefix(static_cast<size_t>(written));
+        text.remove_prefix(size_t(written));
     }
     return true;
 }

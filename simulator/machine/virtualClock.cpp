@@ -60,7 +60,7 @@ std::string readShortFile(const std::string& path, FileIdentity& identity) {
     if (struct stat status = {}; fstat(descriptor, &status) == 0) identity = identityOf(status);
     const ssize_t length = read(descriptor, text, sizeof text);
     close(descriptor);
-    return {text, length > 0 ? static_cast<size_t>(length) : 0};
+    return {text, length > 0 ? size_t(length) : 0};
 }
 
 } // namespace
@@ -122,7 +122,7 @@ unsigned VirtualClock::sleep(unsigned seconds) {
     passTurn();
     waitForTurn(lock, self, blocked.previous());
     self.asleep = false;
-    return static_cast<unsigned>(std::max<int64_t>(0, end - now()));
+    return unsigned(std::max<int64_t>(0, end - now()));
 }
 
 int VirtualClock::startThread(pthread_t* thread, void* (*body)(void*)) {

@@ -13,7 +13,7 @@ void raid_StrncpyTrim(char* destination, const char* source, size_t width) {
         const char* end = source + strnlen(source, width);
         while (begin != end && *begin == ' ') ++begin;
         while (end != begin && end[-1] == ' ') --end;
-        const auto length = static_cast<size_t>(end - begin);
+        const auto length = size_t(end - begin);
         memmove(destination, begin, length);
         destination[length] = 0;
         return sim::CallOutput{destination, length};

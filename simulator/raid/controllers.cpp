@@ -4,8 +4,8 @@
 
 #include "simulator/machine/call.h"
 #include "simulator/machine/recordLayout.h"
+#include "simulator/raid/answerRecord.h"
 #include "simulator/raid/codeText.h"
-#include "simulator/raid/reads.h"
 
 #include <algorithm>
 #include <iterator>
@@ -53,19 +53,19 @@ int readStatus(const char* name, uint32_t ctrlId, std::optional<int32_t> sim::Co
 
 int readList(const char* name, uint32_t ctrlId, const char* record, void* list, size_t size) {
     return sim::call(name, {ctrlId}, sim::RAID_NOT_AVAILABLE, {list, size},
-                     [&] { return sim::readControllerRecord(ctrlId, record, list, size); });
+                     [&] { return sim::answerControllerRecord(ctrlId, record, list, size); });
 }
 
 } // namespace
 
 int raid_GetControllerList(SL_CTRL_LIST_T* list) {
     return sim::answerCall(
-        sim::Share::EachTime, "raid_GetControllerList", {}, sim::RAID_NOT_AVAILABLE, {list, sizeof *list}, [&] {
+        sim::Share::eachTime, "raid_GetControllerList", {}, sim::RAID_NOT_AVAILABLE, {list, sizeof *list}, [&] {
             const std::shared_ptr<const sim::Controllers> controllers = sim::takeControllers();
             if (controllers == nullptr) return sim::Answer<int>{sim::RAID_NOT_AVAILABLE};
             if (list == nullptr) return sim::Answer<int>{sim::RAID_BAD_ARGUMENT};
             const size_t listed = std::min(controllers->size(), std::size(list->ctrlId));
-            list->count = static_cast<uint32_t>(controllers->size());
+            list->count = uint32_t(controllers->size());
             for (size_t i = 0; i < listed; ++i) list->ctrlId[i] = (*controllers)[i].id;
             const size_t written = offsetof(SL_CTRL_LIST_T, ctrlId) + listed * sizeof list->ctrlId[0];
             return sim::Answer<int>{sim::RAID_OK, {list, written, "SL_CTRL_LIST_T"}};
@@ -80,7 +80,7 @@ int raid_ControllerGetOperation(uint32_t ctrlId, uint32_t opcode, void* buffer, 
     return sim::call("raid_ControllerGetOperation", {ctrlId, opcode, length}, sim::RAID_NOT_AVAILABLE, {buffer, length},
                      [&] {
                          const sim::RecordLayout* layout = sim::findRecordLayout(opcode);
-                         return layout != nullptr ? sim::readControllerRecord(ctrlId, layout->name, buffer, length)
+                         return layout != nullptr ? sim::answerControllerRecord(ctrlId, layout->name, buffer, length)
                                                   : sim::Answer<int>{sim::RAID_NOT_AVAILABLE};
                      });
 }
@@ -104,9 +104,9 @@ int ZEBRAID_DirectLibCommand(uint32_t ctrlId, SL_LIB_CMD_PARAM_T* packet, void* 
         if (packet == nullptr) return sim::Answer<int>{sim::RAID_BAD_ARGUMENT};
         const size_t length = std::min<size_t>(size, packet->dataSize);
         if (packet->cmdType == COMMAND_TYPE_DRIVES && packet->cmd == COMMAND_DRIVES_OF_LOGICAL_DRIVE)
-            return sim::readLogicalDriveRecord(ctrlId, packet->deviceRef, "SL_PD_IN_LD_T", out, length);
+            return sim::answerLogicalDriveRecord(ctrlId, packet->deviceRef, "SL_PD_IN_LD_T", out, length);
         if (packet->cmdType == COMMAND_TYPE_DRIVES && packet->cmd == COMMAND_LOGICAL_DRIVES_OF_DRIVE)
-            return sim::readDeviceRecord(ctrlId, packet->deviceRef, "LDS_OF_PD", out, length);
+            return sim::answerDeviceRecord(ctrlId, packet->deviceRef, "LDS_OF_PD", out, length);
         return sim::Answer<int>{sim::RAID_NOT_SUPPORTED};
     };
     return sim::call("ZEBRAID_DirectLibCommand", {ctrlId, sim::CallValue(packet, PACKET_BYTES_BEFORE_POINTER), size},
@@ -115,7 +115,7 @@ int ZEBRAID_DirectLibCommand(uint32_t ctrlId, SL_LIB_CMD_PARAM_T* packet, void* 
 
 const char* raid_GetErrorStatus(int status) {
     return sim::textCall("raid_GetErrorStatus", {status},
-                         sim::codeText(ERROR_TEXTS, static_cast<uint32_t>(status), "Unknown error"));
+                         sim::codeText(ERROR_TEXTS, uint32_t(status), "Unknown error"));
 }
 
 const char* raid_GetPCIVendorName(uint16_t vendorId) {
@@ -134,7 +134,7 @@ const char* raid_GetBatteryType(uint8_t batteryType) {
 int raid_GetBatteryState(uint32_t fwStatus) {
     const uint32_t code = fwStatus & 0x0F;
     int state = 7;
-    if (code < 3) state = static_cast<int>(code);
+    if (code < 3) state = int(code);
     if (code == 3) state = -1;
     return sim::numberCall("raid_GetBatteryState", {fwStatus}, -1, state);
 }

@@ -3,9 +3,9 @@
 #include "platform/storelib.h"
 
 #include "simulator/machine/call.h"
+#include "simulator/raid/answerRecord.h"
 #include "simulator/raid/codeText.h"
 #include "simulator/raid/enclosureNumber.h"
-#include "simulator/raid/reads.h"
 
 #include <bit>
 
@@ -42,7 +42,7 @@ int readSpeed(const char* name, uint32_t ctrlId, uint16_t deviceId, std::optiona
 
 int readDrive(const char* name, uint32_t ctrlId, uint16_t deviceId, const char* record, void* buffer, size_t size) {
     return sim::call(name, {ctrlId, deviceId}, sim::RAID_NOT_AVAILABLE, {buffer, size},
-                     [&] { return sim::readDeviceRecord(ctrlId, deviceId, record, buffer, size); });
+                     [&] { return sim::answerDeviceRecord(ctrlId, deviceId, record, buffer, size); });
 }
 
 } // namespace

@@ -92,7 +92,7 @@ int worstState(const SL_ENCL_STATUS_T& status) {
 constexpr size_t SPEED_COUNT = 2048;
 
 size_t speedOf(const SL_ENCL_ELEMENT_T& fan) {
-    return static_cast<size_t>(fan.ses[1] & 7) << 8 | fan.ses[2];
+    return size_t(fan.ses[1] & 7) << 8 | fan.ses[2];
 }
 
 const char* speedText(size_t speed) {
@@ -109,12 +109,12 @@ const char* speedText(size_t speed) {
 
 sim::CallOutput copyText(char* text, int size, const char* source) {
     if (text == nullptr || size <= 0) return {};
-    snprintf(text, static_cast<size_t>(size), "%s", source);
+    snprintf(text, size_t(size), "%s", source);
     return {text, strlen(text)};
 }
 
 sim::Room roomOf(char* text, int size) {
-    return {text, size > 0 ? static_cast<size_t>(size) : 0, true};
+    return {text, size > 0 ? size_t(size) : 0, true};
 }
 
 sim::CallValue block(const SL_ENCL_STATUS_T* status) {

@@ -3,9 +3,9 @@
 #include "platform/storelib.h"
 
 #include "simulator/machine/call.h"
+#include "simulator/raid/answerRecord.h"
 #include "simulator/raid/codeText.h"
 #include "simulator/raid/enclosureNumber.h"
-#include "simulator/raid/reads.h"
 
 #include <cstdlib>
 
@@ -23,7 +23,7 @@ int skipElementType(const uint8_t* page, uint32_t length, uint64_t offset, uint3
         const uint64_t textLength = uint64_t{page[offset + 2]} << 8 | page[offset + 3];
         offset += DESCRIPTOR_HEADER + textLength;
     }
-    return offset <= length && offset <= INT32_MAX ? static_cast<int>(offset) : PAGE_ENDS;
+    return offset <= length && offset <= INT32_MAX ? int(offset) : PAGE_ENDS;
 }
 
 } // namespace
@@ -33,7 +33,7 @@ int raid_GetEnclosureStatusFunc(uint32_t ctrlId, uint16_t deviceId, SL_ENCL_STAT
     return sim::call("raid_GetEnclosureStatusFunc", {ctrlId, deviceId}, sim::RAID_NOT_AVAILABLE, [&] {
         if (status == nullptr) return sim::Answer<int>{sim::RAID_BAD_ARGUMENT};
         void* block = calloc(1, sizeof **status);
-        sim::Answer<int> answer = sim::readDeviceRecord(ctrlId, deviceId, "SL_ENCL_STATUS_T", block, sizeof **status);
+        sim::Answer<int> answer = sim::answerDeviceRecord(ctrlId, deviceId, "SL_ENCL_STATUS_T", block, sizeof **status);
         if (answer.result == sim::RAID_OK) {
             *status = static_cast<SL_ENCL_STATUS_T*>(block);
             answer.output.size = sizeof **status;
@@ -56,7 +56,7 @@ int raid_EnclosureGetEnclosureNumber(const MR_PD_INFO* enclosure, const MR_CTRL_
 
 const char* raid_GetEnclosureTypeString(int modelCode) {
     return sim::textCall("raid_GetEnclosureTypeString", {modelCode},
-                         sim::codeText(ENCLOSURE_TYPES, static_cast<uint32_t>(modelCode), "Unknown"));
+                         sim::codeText(ENCLOSURE_TYPES, uint32_t(modelCode), "Unknown"));
 }
 
 int raid_IsDiagnosticPageValid(uint32_t ctrlId, uint16_t deviceId, uint8_t page) {
@@ -74,14 +74,14 @@ int raid_ReceiveDiagnosticResults(uint32_t ctrlId, uint16_t deviceId, uint8_t pa
                              const auto entry = device->pages.find(page);
                              if (entry != device->pages.end() && entry->second) content = &*entry->second;
                          }
-                         return sim::readInto(content, "page", buffer, length);
+                         return sim::answerRecord(content, "page", buffer, length);
                      });
 }
 
 int raid_SkipKP23Descriptors(const void* page, uint32_t length, int offset, uint32_t count) {
-    const int next = page != nullptr && offset >= 0 ? skipElementType(static_cast<const uint8_t*>(page), length,
-                                                                      static_cast<uint32_t>(offset), count)
-                                                    : PAGE_ENDS;
+    const int next = page != nullptr && offset >= 0
+                         ? skipElementType(static_cast<const uint8_t*>(page), length, uint32_t(offset), count)
+                         : PAGE_ENDS;
     return sim::numberCall("raid_SkipKP23Descriptors", {sim::CallValue(page, length), length, offset, count}, PAGE_ENDS,
                            next);
 }

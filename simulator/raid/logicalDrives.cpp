@@ -3,8 +3,8 @@
 #include "platform/storelib.h"
 
 #include "simulator/machine/call.h"
+#include "simulator/raid/answerRecord.h"
 #include "simulator/raid/codeText.h"
-#include "simulator/raid/reads.h"
 
 namespace {
 
@@ -46,14 +46,14 @@ const char* raidLevel(uint8_t primaryLevel, uint8_t spanDepth, uint8_t drivesPer
 
 int raid_LogicalDriveGetInfo(uint32_t ctrlId, uint8_t targetId, MR_LD_INFO* info) {
     return sim::call("raid_LogicalDriveGetInfo", {ctrlId, targetId}, sim::RAID_NOT_AVAILABLE, {info, sizeof *info},
-                     [&] { return sim::readLogicalDriveRecord(ctrlId, targetId, "MR_LD_INFO", info, sizeof *info); });
+                     [&] { return sim::answerLogicalDriveRecord(ctrlId, targetId, "MR_LD_INFO", info, sizeof *info); });
 }
 
 int raid_LogicalDriveGetProgress(uint32_t ctrlId, uint8_t targetId, MR_LD_PROGRESS* progress, uint32_t* secondWord) {
     return sim::call(
         "raid_LogicalDriveGetProgress", {ctrlId, targetId}, sim::RAID_NOT_AVAILABLE, {progress, sizeof *progress}, [&] {
             const sim::Answer<int> answer =
-                sim::readLogicalDriveRecord(ctrlId, targetId, "MR_LD_PROGRESS", progress, sizeof *progress);
+                sim::answerLogicalDriveRecord(ctrlId, targetId, "MR_LD_PROGRESS", progress, sizeof *progress);
             if (answer.result == sim::RAID_OK && secondWord != nullptr) *secondWord = 0;
             return answer;
         });

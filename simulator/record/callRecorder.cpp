@@ -84,8 +84,8 @@ uint64_t hashOfAnswer(const RecordedCall& call) {
     if (output.more != nullptr) hash = hashOf(output.more, output.moreSize, hash);
     for (uint32_t i = 0; output.values != nullptr && i < output.valueCount; ++i) {
         const LCMParamEntry& entry = output.values[i];
-        hash = hashOfNumber(static_cast<uint32_t>(entry.state), hash);
-        hash = hashOfNumber(static_cast<uint32_t>(entry.type), hash);
+        hash = hashOfNumber(uint32_t(entry.state), hash);
+        hash = hashOfNumber(uint32_t(entry.type), hash);
         hash = hashOfNumber(entry.length, hash);
         hash = hashOf(entry.value, readableLength(entry), hash);
     }
@@ -123,7 +123,7 @@ void putOutput(const TextSink& sink, const CallOutput& output) {
     put(sink, "\"");
     if (size == output.size) return;
     put(sink, ", \"zeros\": ");
-    putNumber(sink, static_cast<int64_t>(output.size - size));
+    putNumber(sink, int64_t(output.size - size));
 }
 
 void putCall(const TextSink& sink, const RecordedCall& call, Blocks blocks) {
@@ -134,7 +134,7 @@ void putCall(const TextSink& sink, const RecordedCall& call, Blocks blocks) {
     put(sink, ", \"args\": [");
     writeArguments(sink, call.arguments, call.argumentCount, blocks);
     put(sink, "], \"result\": ");
-    call.result.writeTo(sink, Blocks::Plain);
+    call.result.writeTo(sink, Blocks::plain);
     if (call.output.data != nullptr) putOutput(sink, call.output);
     if (call.output.values != nullptr) putValues(sink, call.output);
     put(sink, "}\n");
@@ -152,16 +152,16 @@ uint64_t hashOf(const void* data, size_t size, uint64_t start) {
 void CallValue::writeTo(const TextSink& sink, Blocks blocks) const {
     char text[40];
     switch (kind_) {
-    case Kind::Null: put(sink, "null"); break;
-    case Kind::Number: putNumber(sink, number_); break;
-    case Kind::Real: // a whole number without its fraction
-        snprintf(text, sizeof text, "%.9g", static_cast<double>(real_));
+    case Kind::null: put(sink, "null"); break;
+    case Kind::number: putNumber(sink, number_); break;
+    case Kind::real: // a whole number without its fraction
+        snprintf(text, sizeof text, "%.9g", double(real_));
         put(sink, real_ - real_ == 0 ? text : "null");
         break;
-    case Kind::Text: putText(sink, static_cast<const char*>(data_)); break;
-    case Kind::Block:
+    case Kind::text: putText(sink, static_cast<const char*>(data_)); break;
+    case Kind::block:
         put(sink, "\"");
-        if (blocks == Blocks::Hashed && size_ > LONGEST_PLAIN_BLOCK) {
+        if (blocks == Blocks::hashed && size_ > LONGEST_PLAIN_BLOCK) {
             snprintf(text, sizeof text, "#%zu:%016" PRIx64, size_, hashOf(data_, size_));
             put(sink, text);
         } else {
@@ -173,13 +173,13 @@ void CallValue::writeTo(const TextSink& sink, Blocks blocks) const {
 }
 
 uint64_t CallValue::hash(uint64_t start) const {
-    const uint64_t kind = hashOfNumber(static_cast<uint64_t>(kind_), start);
+    const uint64_t kind = hashOfNumber(uint64_t(kind_), start);
     switch (kind_) {
-    case Kind::Null: return kind;
-    case Kind::Number: return hashOfNumber(static_cast<uint64_t>(number_), kind);
-    case Kind::Real: return hashOf(&real_, sizeof real_, kind);
-    case Kind::Text: return hashOf(data_, strlen(static_cast<const char*>(data_)), kind);
-    case Kind::Block: break;
+    case Kind::null: return kind;
+    case Kind::number: return hashOfNumber(uint64_t(number_), kind);
+    case Kind::real: return hashOf(&real_, sizeof real_, kind);
+    case Kind::text: return hashOf(data_, strlen(static_cast<const char*>(data_)), kind);
+    case Kind::block: break;
     }
     return hashOf(data_, size_, kind);
 }
@@ -193,9 +193,9 @@ void writeArguments(const TextSink& sink, const CallValue* arguments, size_t cou
 
 Recording recordingWord(const char* word, Recording otherwise) {
     if (word == nullptr) return otherwise;
-    if (strcmp(word, "1") == 0) return Recording::All;
-    if (strcmp(word, "changes") == 0) return Recording::Changes;
-    return strcmp(word, "0") == 0 ? Recording::None : otherwise;
+    if (strcmp(word, "1") == 0) return Recording::all;
+    if (strcmp(word, "changes") == 0) return Recording::changes;
+    return strcmp(word, "0") == 0 ? Recording::none : otherwise;
 }
 
 uint64_t byteCount(const char* text) {
@@ -204,7 +204,7 @@ uint64_t byteCount(const char* text) {
     errno = 0;
     const uint64_t number = strtoull(text, &end, 10);
     const char* unit = strchr("KMG", *end);
-    const unsigned shift = *end == 0 || unit == nullptr ? 0 : 10 * static_cast<unsigned>(unit - strchr("KMG", 'K') + 1);
+    const unsigned shift = *end == 0 || unit == nullptr ? 0 : 10 * unsigned(unit - strchr("KMG", 'K') + 1);
     const bool isWhole = *end == 0 || (unit != nullptr && end[1] == 0);
     return errno == 0 && isWhole && number <= UINT64_MAX >> 1 >> shift ? number << shift : 0;
 }
@@ -222,10 +222,10 @@ void CallRecorder::record(const RecordedCall& call, Recording recording, Share s
     pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelState);
     isWriting = true;
     pthread_mutex_lock(&mutex_);
-    const bool compact = recording == Recording::Changes;
+    const bool compact = recording == Recording::changes;
     if (!compact && places_ != 0) forget(); // what was seen before is old when changes are asked for again
-    if (!compact || share == Share::Always || isNews(call, share))
-        write(call, share == Share::Always ? Blocks::Plain : Blocks::Hashed);
+    if (!compact || share == Share::always || isNews(call, share))
+        write(call, share == Share::always ? Blocks::plain : Blocks::hashed);
     pthread_mutex_unlock(&mutex_);
     isWriting = false;
     pthread_setcancelstate(cancelState, nullptr);
@@ -234,7 +234,7 @@ void CallRecorder::record(const RecordedCall& call, Recording recording, Share s
 
 // Whether the answer is the first of this call with these arguments, or another than before.
 bool CallRecorder::isNews(const RecordedCall& call, Share share) {
-    if (share == Share::EachTime) return true;
+    if (share == Share::eachTime) return true;
     uint64_t key = hashOf(call.name, strlen(call.name));
     for (size_t i = 0; i < call.argumentCount; ++i) key = call.arguments[i].hash(key);
     if (key == 0) key = 1;
@@ -249,7 +249,7 @@ bool CallRecorder::isNews(const RecordedCall& call, Share share) {
 
 // Of the call, or a free one for it.
 CallRecorder::Seen* CallRecorder::placeOf(uint64_t call) const {
-    auto at = static_cast<size_t>(call & (places_ - 1));
+    auto at = size_t(call & (places_ - 1));
     while (seen_[at].call != 0 && seen_[at].call != call) at = (at + 1) & (places_ - 1);
     return &seen_[at];
 }
@@ -293,7 +293,7 @@ int CallRecorder::openFile(int64_t& size) {
 void CallRecorder::write(const RecordedCall& call, Blocks blocks) {
     int64_t size = 0;
     descriptor_ = openFile(size);
-    if (descriptor_ >= 0 && limit_ != 0 && static_cast<uint64_t>(size) >= limit_) {
+    if (descriptor_ >= 0 && limit_ != 0 && uint64_t(size) >= limit_) {
         char old[sizeof file_ + 4];
         snprintf(old, sizeof old, "%s.old", file_);
         close(descriptor_);
@@ -333,7 +333,7 @@ void CallRecorder::flush() {
     for (size_t done = 0; done < used_ && !failed_;) {
         const ssize_t written = ::write(descriptor_, buffer_ + done, used_ - done);
         if (written > 0)
-            done += static_cast<size_t>(written);
+            done += size_t(written);
         else if (written == 0 || errno != EINTR)
             failed_ = true;
     }

@@ -28,26 +28,26 @@ struct TextSink {
     void* context;
 };
 
-enum class Blocks : uint8_t { Plain, Hashed };
+enum class Blocks : uint8_t { plain, hashed };
 
 // An argument or a result: a number, a text (NULL: null), or bytes that are written as hex.
 class CallValue {
   public:
     constexpr CallValue() : number_(0) {}
     template <std::integral T>
-    CallValue(T number) : number_(static_cast<int64_t>(number)) {}
-    CallValue(float number) : kind_(Kind::Real), real_(number) {}
-    CallValue(const char* text) : kind_(text != nullptr ? Kind::Text : Kind::Null), data_(text) {}
+    CallValue(T number) : number_(int64_t(number)) {}
+    CallValue(float number) : kind_(Kind::real), real_(number) {}
+    CallValue(const char* text) : kind_(text != nullptr ? Kind::text : Kind::null), data_(text) {}
     CallValue(const void* bytes, size_t size)
-        : kind_(bytes != nullptr ? Kind::Block : Kind::Null), data_(bytes), size_(size) {}
+        : kind_(bytes != nullptr ? Kind::block : Kind::null), data_(bytes), size_(size) {}
 
     void writeTo(const TextSink& sink, Blocks blocks) const;
-    int64_t number() const { return kind_ == Kind::Number ? number_ : 0; } // 0: none
+    int64_t number() const { return kind_ == Kind::number ? number_ : 0; } // 0: none
     uint64_t hash(uint64_t start) const;
 
   private:
-    enum class Kind : uint8_t { Null, Number, Real, Text, Block };
-    Kind kind_ = Kind::Number;
+    enum class Kind : uint8_t { null, number, real, text, block };
+    Kind kind_ = Kind::number;
     union {
         int64_t number_;
         float real_;
@@ -79,10 +79,10 @@ struct RecordedCall {
     CallOutput output;
 };
 
-enum class Recording : uint8_t { None, Changes, All };
+enum class Recording : uint8_t { none, changes, all };
 
 // How a call takes part: only where all are recorded, in each form, or always.
-enum class Share : uint8_t { WhenChanged, EachTime, Always };
+enum class Share : uint8_t { whenChanged, eachTime, always };
 
 // 0: nothing, changes, 1: all. NULL or anything else: `otherwise`.
 Recording recordingWord(const char* word, Recording otherwise);

@@ -16,22 +16,22 @@
 namespace sim {
 
 enum class CallKind : uint8_t {
-    Computes, // answers from its arguments alone
-    Reads,
-    Begins, // reads, and with it begins all that is read in one go
-    Acts,   // changes something outside, or asks for something that is there once
+    computes, // answers from its arguments alone
+    reads,
+    begins, // reads, and with it begins all that is read in one go
+    acts,   // changes something outside, or asks for something that is there once
 };
 
 // What success is, and what a failure.
 enum class CallResult : uint8_t {
-    Status,  // 0, else a failure: 1
-    Done,    // 1, a failure: 0
-    Handle,  // not negative, a failure: -1
-    Number,  // means something by itself
-    Text,    // a failure: NULL
-    Nothing, // cannot fail
-    Session, // recorded as 1, a failure: NULL, recorded as 0
-    Table,   // recorded as the count of its values, a failure: NULL, recorded as -1
+    status,  // 0, else a failure: 1
+    done,    // 1, a failure: 0
+    handle,  // not negative, a failure: -1
+    number,  // means something by itself
+    text,    // a failure: NULL
+    nothing, // cannot fail
+    session, // recorded as 1, a failure: NULL, recorded as 0
+    table,   // recorded as the count of its values, a failure: NULL, recorded as -1
 };
 
 // Roles of arguments. Sizes are those of an argument, by its position from 0.

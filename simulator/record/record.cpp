@@ -20,7 +20,7 @@ constexpr uint64_t DEFAULT_LIMIT = 8 << 20; // bytes, and as many in the file be
 constexpr size_t MOST_VALUES = 80;          // arguments, texts of a list among them
 
 constinit CallRecorder g_recorder;
-constinit Recording g_recording = Recording::None;
+constinit Recording g_recording = Recording::none;
 
 enum class Function : uint8_t {
 #define LIBRARY_CALL_AS(signature, name, ...) name,
@@ -33,22 +33,22 @@ constexpr const char* NAMES[] = {
 #include "simulator/record/libraryCalls.inc"
 #undef LIBRARY_CALL_AS
 };
-void* g_next[static_cast<size_t>(Function::Count)]; // NULL: no library has it
+void* g_next[size_t(Function::Count)]; // NULL: no library has it
 
 // A signal handler that calls a library first must not find the dynamic linker at work.
 [[gnu::constructor]] void prepare() {
-    for (size_t i = 0; i < static_cast<size_t>(Function::Count); ++i) g_next[i] = dlsym(RTLD_NEXT, NAMES[i]);
+    for (size_t i = 0; i < size_t(Function::Count); ++i) g_next[i] = dlsym(RTLD_NEXT, NAMES[i]);
     const char* file = getenv("BMC_CALLS");
     const char* limit = getenv("BMC_CALLS_LIMIT");
     const uint64_t bytes = limit != nullptr ? byteCount(limit) : 0;
-    g_recording = recordingWord(getenv("BMC_TRACE"), Recording::Changes);
+    g_recording = recordingWord(getenv("BMC_TRACE"), Recording::changes);
     g_recorder.begin(file != nullptr ? file : DEFAULT_FILE, bytes != 0 ? bytes : DEFAULT_LIMIT);
 }
 
 // The functions of another library's constructor may be called before this one's has run.
 void* nextOf(Function function) {
-    void*& next = g_next[static_cast<size_t>(function)];
-    if (next == nullptr) next = dlsym(RTLD_NEXT, NAMES[static_cast<size_t>(function)]);
+    void*& next = g_next[size_t(function)];
+    if (next == nullptr) next = dlsym(RTLD_NEXT, NAMES[size_t(function)]);
     return next;
 }
 
@@ -77,7 +77,7 @@ struct Collected {
 template <size_t I, class Arguments>
 size_t sizeAt(const Arguments& arguments) {
     const auto size = std::get<I>(arguments);
-    return size > 0 ? static_cast<size_t>(size) : 0;
+    return size > 0 ? size_t(size) : 0;
 }
 
 // What is told of an argument before the call.
@@ -161,9 +161,9 @@ void give(role::OutData /*role*/, const Arguments& arguments, Collected& call) {
 
 template <CallResult RESULT, class Result>
 constexpr Result failure() {
-    if constexpr (RESULT == CallResult::Status)
+    if constexpr (RESULT == CallResult::status)
         return 1;
-    else if constexpr (RESULT == CallResult::Handle)
+    else if constexpr (RESULT == CallResult::handle)
         return -1;
     else
         return Result{};
@@ -171,21 +171,21 @@ constexpr Result failure() {
 
 template <CallResult RESULT, class Result>
 bool succeeded([[maybe_unused]] Result result) {
-    if constexpr (RESULT == CallResult::Status) return result == 0;
-    if constexpr (RESULT == CallResult::Done) return result != 0;
-    if constexpr (RESULT == CallResult::Handle) return result >= 0;
+    if constexpr (RESULT == CallResult::status) return result == 0;
+    if constexpr (RESULT == CallResult::done) return result != 0;
+    if constexpr (RESULT == CallResult::handle) return result >= 0;
     return false;
 }
 
 template <CallResult RESULT, class Result, class Arguments>
 void takeResult(Result result, [[maybe_unused]] const Arguments& arguments, CallValue& value, CallOutput& output) {
-    if constexpr (RESULT == CallResult::Session) {
+    if constexpr (RESULT == CallResult::session) {
         value = result != nullptr ? 1 : 0;
-    } else if constexpr (RESULT == CallResult::Table) {
+    } else if constexpr (RESULT == CallResult::table) {
         const uint32_t* count = std::get<std::tuple_size_v<Arguments> - 1>(arguments);
         output.values = result;
         output.valueCount = result != nullptr && count != nullptr ? *count : 0;
-        value = result != nullptr ? static_cast<int>(output.valueCount) : -1;
+        value = result != nullptr ? int(output.valueCount) : -1;
     } else {
         value = result;
     }
@@ -194,9 +194,9 @@ void takeResult(Result result, [[maybe_unused]] const Arguments& arguments, Call
 // One for each function of the table.
 template <Function FUNCTION, CallKind KIND, CallResult RESULT, class... Roles>
 struct Wrapper {
-    static constexpr Share SHARE = KIND == CallKind::Acts     ? Share::Always
-                                   : KIND == CallKind::Begins ? Share::EachTime
-                                                              : Share::WhenChanged;
+    static constexpr Share SHARE = KIND == CallKind::acts     ? Share::always
+                                   : KIND == CallKind::begins ? Share::eachTime
+                                                              : Share::whenChanged;
 
     template <class Result, class... Types>
     static Result call(Result (*)(Types...), Types... values) {
@@ -227,10 +227,10 @@ struct Wrapper {
     }
 
     static void record(const Collected& call, const CallValue& result) {
-        if (g_recording == Recording::None && SHARE != Share::Always) return;
-        g_recorder.record({int64_t{time(nullptr)}, NAMES[static_cast<size_t>(FUNCTION)], call.values, call.count,
-                           result, call.output},
-                          g_recording, SHARE);
+        if (g_recording == Recording::none && SHARE != Share::always) return;
+        g_recorder.record(
+            {int64_t{time(nullptr)}, NAMES[size_t(FUNCTION)], call.values, call.count, result, call.output},
+            g_recording, SHARE);
     }
 };
 

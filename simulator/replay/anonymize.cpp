@@ -19,10 +19,10 @@ constexpr size_t ADDRESS = sizeof(uint64_t);
 
 // A piece of a record that tells whose it is.
 enum class Secret : uint8_t {
-    Text,
-    SwappedText, // each two characters in reversed order
-    Address,     // 64 bits
-    Number,      // 16 bits
+    text,
+    swappedText, // each two characters in reversed order
+    address,     // 64 bits
+    number,      // 16 bits
 };
 struct SecretField {
     std::string_view record;
@@ -35,19 +35,19 @@ struct SecretField {
 constexpr size_t LOGICAL_DRIVE_NAME = offsetof(MR_LD_CONFIG, properties) + offsetof(MR_LD_PROPERTIES, name);
 constexpr size_t NAME_SIZE = sizeof(MR_LD_PROPERTIES::name);
 constexpr SecretField SECRET_FIELDS[] = {
-    SECRET(MR_CTRL_INFO, serialNumber, Text),
-    SECRET(MR_MFC_DEFAULTS, sasAddr, Address),
-    SECRET(MR_BBU_DESIGN_INFO, serialNumber, Number),
-    SECRET(MR_PD_INFO, vendorSpecific, Text), // the serial number
-    SECRET(MR_PD_INFO, sasAddr, Address),
-    {"MR_LD_INFO", offsetof(MR_LD_INFO, ldConfig) + LOGICAL_DRIVE_NAME, NAME_SIZE, Secret::Text},
-    {"MR_CONFIG_DATA", offsetof(MR_CONFIG_DATA, ld) + LOGICAL_DRIVE_NAME, NAME_SIZE, Secret::Text},
+    SECRET(MR_CTRL_INFO, serialNumber, text),
+    SECRET(MR_MFC_DEFAULTS, sasAddr, address),
+    SECRET(MR_BBU_DESIGN_INFO, serialNumber, number),
+    SECRET(MR_PD_INFO, vendorSpecific, text), // the serial number
+    SECRET(MR_PD_INFO, sasAddr, address),
+    {"MR_LD_INFO", offsetof(MR_LD_INFO, ldConfig) + LOGICAL_DRIVE_NAME, NAME_SIZE, Secret::text},
+    {"MR_CONFIG_DATA", offsetof(MR_CONFIG_DATA, ld) + LOGICAL_DRIVE_NAME, NAME_SIZE, Secret::text},
     {"MR_CONFIG_DATA", offsetof(MR_CONFIG_DATA, ld) + sizeof(MR_LD_CONFIG) + LOGICAL_DRIVE_NAME, NAME_SIZE,
-     Secret::Text},
+     Secret::text},
     // ATA IDENTIFY DEVICE: the serial number, the world wide name, the medium's serial number.
-    {"SATA_IDENTIFY", 20, 20, Secret::SwappedText},
-    {"SATA_IDENTIFY", 216, 8, Secret::Address},
-    {"SATA_IDENTIFY", 352, 60, Secret::SwappedText},
+    {"SATA_IDENTIFY", 20, 20, Secret::swappedText},
+    {"SATA_IDENTIFY", 216, 8, Secret::address},
+    {"SATA_IDENTIFY", 352, 60, Secret::swappedText},
 };
 
 // In diagnostic pages: the enclosure's logical identifier (page 1), serial numbers of its units (page 226), texts
@@ -55,10 +55,10 @@ constexpr SecretField SECRET_FIELDS[] = {
 constexpr char SERIAL_NUMBER_MARKER[] = "SN: ";
 constexpr uint8_t DESCRIPTOR_PAGE = 7;
 constexpr uint8_t GET_USER_NAME = 0x46;
-constexpr SecretField PAGE_FIELDS[] = {{"1", 12, ADDRESS, Secret::Address},
-                                       {"226", 20, 10, Secret::Text},
-                                       {"226", 60, 10, Secret::Text},
-                                       {"226", 100, 10, Secret::Text}};
+constexpr SecretField PAGE_FIELDS[] = {{"1", 12, ADDRESS, Secret::address},
+                                       {"226", 20, 10, Secret::text},
+                                       {"226", 60, 10, Secret::text},
+                                       {"226", 100, 10, Secret::text}};
 
 // The same numbers for the same bytes.
 class Numbers {
@@ -66,7 +66,7 @@ class Numbers {
     explicit Numbers(const std::string& secret) : state_(hashOf(secret.data(), secret.size())) {}
     uint8_t next(unsigned count) {
         state_ = (state_ ^ state_ >> 29) * 0xBF58476D1CE4E5B9 + 0x9E3779B97F4A7C15;
-        return static_cast<uint8_t>((state_ >> 40) % count);
+        return uint8_t((state_ >> 40) % count);
     }
 
   private:
@@ -101,11 +101,11 @@ std::string standInFor(const std::string& secret) {
         if (isDigit(c) && keepsOctets && isFirst)
             c = '1'; // no octet gets beyond 199
         else if (isDigit(c))
-            c = static_cast<char>('0' + numbers.next(10));
+            c = char('0' + numbers.next(10));
         else if (c >= 'A' && c <= 'Z')
-            c = static_cast<char>('A' + numbers.next(keepsHex ? 6 : 26));
+            c = char('A' + numbers.next(keepsHex ? 6 : 26));
         else if (c >= 'a' && c <= 'z')
-            c = static_cast<char>('a' + numbers.next(keepsHex ? 6 : 26));
+            c = char('a' + numbers.next(keepsHex ? 6 : 26));
     }
     return text;
 }
@@ -115,8 +115,8 @@ std::string standInForAddress(const std::string& bigEndian) {
     Numbers numbers(bigEndian);
     std::string address = bigEndian;
     for (size_t i = 0; i < address.size(); ++i) {
-        const auto byte = static_cast<uint8_t>(1 + numbers.next(255));
-        address[i] = static_cast<char>(i == 0 ? (address[0] & 0xF0) | (byte & 0x0F) : byte);
+        const auto byte = uint8_t(1 + numbers.next(255));
+        address[i] = char(i == 0 ? (address[0] & 0xF0) | (byte & 0x0F) : byte);
     }
     return address;
 }
@@ -128,7 +128,7 @@ std::string standInForNumber(const std::string& bytes) {
     unsigned least = 1;
     while (least * 10 <= number) least *= 10;
     const unsigned span = std::min(least * 9, UINT16_MAX + 1 - least);
-    const auto fresh = static_cast<uint16_t>(least + hashOf(bytes.data(), bytes.size()) % span);
+    const auto fresh = uint16_t(least + hashOf(bytes.data(), bytes.size()) % span);
     std::string result = bytes;
     if (number != 0 && number != UINT16_MAX) memcpy(result.data(), &fresh, sizeof fresh);
     return result;
@@ -219,15 +219,15 @@ class Anonymizer {
         for (size_t at = bytes.find(marker); at != std::string::npos; at = bytes.find(marker, at + 1)) {
             const auto start = bytes.begin() + static_cast<ptrdiff_t>(at + marker.size());
             const auto end = std::find_if(start, bytes.end(), isEnd);
-            visit(at + marker.size(), static_cast<size_t>(end - start));
+            visit(at + marker.size(), size_t(end - start));
         }
     }
 
     void collectField(const std::string& bytes, const SecretField& field) {
         const std::string own = bytes.substr(0, field.size);
-        if (field.kind == Secret::Text) addText(own);
-        if (field.kind == Secret::SwappedText) addText(swapped(own));
-        for (size_t i = 0; field.kind == Secret::Address && i < own.size(); i += ADDRESS)
+        if (field.kind == Secret::text) addText(own);
+        if (field.kind == Secret::swappedText) addText(swapped(own));
+        for (size_t i = 0; field.kind == Secret::address && i < own.size(); i += ADDRESS)
             addAddress(field.record == "1" || field.record == "SATA_IDENTIFY" ? own : reversed(own.substr(i, ADDRESS)));
     }
 
@@ -295,7 +295,7 @@ class Anonymizer {
         if (!call.output) return;
         const std::string before = stringOf(*call.output);
         const LibraryCall* function = findLibraryCall(call.name);
-        const bool isText = function != nullptr && function->kind == CallKind::Computes;
+        const bool isText = function != nullptr && function->kind == CallKind::computes;
         std::string after = isText ? replaced(before) : replacedInside(before);
         forEachField(call, [&](const SecretField& field) { replaceField(before, after, field); });
         forEachText(call, before, [&](size_t start, size_t size) {
@@ -310,10 +310,10 @@ class Anonymizer {
     void replaceField(const std::string& before, std::string& after, const SecretField& field) const {
         const std::string own = before.substr(field.offset, field.size);
         std::string fresh = own;
-        if (field.kind == Secret::Text) fresh = replaced(own);
-        if (field.kind == Secret::SwappedText) fresh = swapped(replaced(swapped(own)));
-        if (field.kind == Secret::Address) return; // found everywhere
-        if (field.kind == Secret::Number) fresh = standInForNumber(own);
+        if (field.kind == Secret::text) fresh = replaced(own);
+        if (field.kind == Secret::swappedText) fresh = swapped(replaced(swapped(own)));
+        if (field.kind == Secret::address) return; // found everywhere
+        if (field.kind == Secret::number) fresh = standInForNumber(own);
         after.replace(field.offset, field.size, fresh);
     }
 
@@ -328,8 +328,8 @@ class Anonymizer {
         for (const Field& field : fields)
             for (size_t i = 0; i < std::max<size_t>(field.count, 1); ++i) {
                 const size_t start = offset + field.offset + i * field.size;
-                if (field.kind == FieldKind::Struct) markNamed(named, start, field.members);
-                for (size_t at = start; field.kind != FieldKind::Struct && at < start + field.size && at < named.size();
+                if (field.kind == FieldKind::record) markNamed(named, start, field.members);
+                for (size_t at = start; field.kind != FieldKind::record && at < start + field.size && at < named.size();
                      ++at)
                     named[at] = 1;
             }

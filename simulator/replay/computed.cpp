@@ -104,8 +104,8 @@ Json textOf(const char* text) {
     std::string characters;
     for (; *text != 0; ++text) {
         const auto byte = static_cast<unsigned char>(*text);
-        if (byte >= 0x80) characters += static_cast<char>(0xC0 | byte >> 6);
-        characters += static_cast<char>(byte >= 0x80 ? 0x80 | (byte & 0x3F) : byte);
+        if (byte >= 0x80) characters += char(0xC0 | byte >> 6);
+        characters += char(byte >= 0x80 ? 0x80 | (byte & 0x3F) : byte);
     }
     return characters;
 }
@@ -117,11 +117,11 @@ bool isSame(Result (*function)(Types...), Arguments& arguments) {
     Json result = 0;
     if constexpr (std::is_void_v<Result>)
         std::apply(function, values);
-    else if constexpr (RESULT == CallResult::Text)
+    else if constexpr (RESULT == CallResult::text)
         result = textOf(std::apply(function, values));
     else
         result = std::apply(function, values);
-    const bool handsOut = arguments.output != nullptr && (RESULT != CallResult::Status || result == 0);
+    const bool handsOut = arguments.output != nullptr && (RESULT != CallResult::status || result == 0);
     const size_t length = handsOut && arguments.outputIsText
                               ? strnlen(reinterpret_cast<const char*>(arguments.output), arguments.outputSize)
                               : arguments.outputSize;
@@ -135,7 +135,7 @@ using Comparison = bool (*)(Arguments&);
 // Functions by name, as the table has them.
 template <class Signature, Signature* FUNCTION, CallKind KIND, CallResult RESULT, class... Roles>
 Comparison comparisonOf() {
-    if constexpr (KIND == CallKind::Computes)
+    if constexpr (KIND == CallKind::computes)
         return [](Arguments& arguments) { return isSame<RESULT, Roles...>(FUNCTION, arguments); };
     else
         return nullptr;

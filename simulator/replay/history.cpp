@@ -9,13 +9,13 @@ namespace sim {
 // Records are read in buffers of different lengths.
 bool History::isSame(const Fact& known, const Fact& fact) {
     if (known.kind != fact.kind) return false;
-    if (known.kind != Fact::Kind::Record) return known.value == fact.value;
+    if (known.kind != Fact::Kind::record) return known.value == fact.value;
     const size_t common = std::min(known.bytes.size(), fact.bytes.size());
     return std::equal(known.bytes.begin(), known.bytes.begin() + static_cast<ptrdiff_t>(common), fact.bytes.begin());
 }
 
 bool History::isContinued(const Fact& known, const Fact& fact) {
-    return known.kind == Fact::Kind::Record && known.bytes.size() < fact.bytes.size();
+    return known.kind == Fact::Kind::record && known.bytes.size() < fact.bytes.size();
 }
 
 void History::tell(Place& place, Fact fact, int64_t at) {
@@ -72,7 +72,7 @@ void History::set(const Path& path, Fact fact) {
 
 void History::setAnswer(const std::string& key, Fact fact) {
     if (!answers_.contains(key)) {
-        if (fact.kind == Fact::Kind::Absent) return;
+        if (fact.kind == Fact::Kind::absent) return;
         answerOrder_.push_back(key);
     }
     tell(answers_[key], std::move(fact), begin_);
@@ -92,9 +92,9 @@ void place(Json& whole, const Path& path, const Fact& fact) {
     Json* at = &whole;
     for (size_t i = 0; i + 1 < path.size(); ++i) at = &childOf(*at, path[i], i > 0 && path[i - 1] == "thresholds");
     const bool isArray = path.size() > 1 && path[path.size() - 2] == "thresholds";
-    if (fact.kind == Fact::Kind::Absent && at->is_object())
+    if (fact.kind == Fact::Kind::absent && at->is_object())
         at->erase(path.back());
-    else if (fact.kind != Fact::Kind::Absent)
+    else if (fact.kind != Fact::Kind::absent)
         childOf(*at, path.back(), isArray) = fact.toJson();
 }
 
@@ -164,7 +164,7 @@ class MachineWriter {
     bool isDefault(const History::Key& key) const {
         const History::Place& place = history_.places_.at(key);
         const Fact& fact = place.changes.front().fact;
-        if (place.changes.size() > 1 || fact.kind != Fact::Kind::Value) return false;
+        if (place.changes.size() > 1 || fact.kind != Fact::Kind::value) return false;
         if (fact.value.is_null()) return key.path.size() < 2 || !isListed(key.path[key.path.size() - 2]);
         if (key.path == Path{"dqmi", "connection"})
             return fact.value == -1 && !history_.knows({"dqmi", "read"}) && !history_.knows({"dqmi", "open"});
@@ -192,7 +192,7 @@ class MachineWriter {
 
     void addAnswer(const std::string& key) {
         const Fact& fact = history_.answers_.at(key).changes.front().fact;
-        if (fact.kind == Fact::Kind::Absent) return;
+        if (fact.kind == Fact::Kind::absent) return;
         answerIndexes_[key] = answers_.size();
         answers_.push_back(fact.value);
     }
@@ -242,7 +242,7 @@ class MachineWriter {
             if (found == list_.end()) return;
             path.insert(path.begin(), {"controllers", std::to_string(found - list_.begin())});
         }
-        if (fact.kind != Fact::Kind::Absent)
+        if (fact.kind != Fact::Kind::absent)
             return addDifferences(pointerOf(path), before, valueAt(whole, key.path), sets);
         path.pop_back(); // nothing can be taken away alone
         sets[pointerOf(path)] = valueAt(whole, Path(key.path.begin(), key.path.end() - 1));
@@ -256,7 +256,7 @@ class MachineWriter {
     void addAnswerSet(const std::string& key, const Fact& fact, Json& sets) {
         const auto [entry, fresh] = answerIndexes_.try_emplace(key, answers_.size());
         if (fresh) answers_.push_back(nullptr);
-        sets["/answers/" + std::to_string(entry->second)] = fact.kind == Fact::Kind::Absent ? Json() : fact.value;
+        sets["/answers/" + std::to_string(entry->second)] = fact.kind == Fact::Kind::absent ? Json() : fact.value;
     }
 
     const History& history_;

@@ -16,17 +16,17 @@ using Path = std::vector<std::string>; // names of members and indexes, from the
 
 // What a place in the machine file holds: absent, or JSON, or the bytes of a record.
 struct Fact { // NOLINT(bugprone-exception-escape): moving JSON throws nothing
-    enum class Kind : uint8_t { Absent, Value, Record };
-    Kind kind = Kind::Absent;
+    enum class Kind : uint8_t { absent, value, record };
+    Kind kind = Kind::absent;
     Json value;
     Bytes bytes;
     const RecordLayout* layout = nullptr;
 
-    static Fact of(Json json) { return {Kind::Value, std::move(json), {}, nullptr}; }
+    static Fact of(Json json) { return {Kind::value, std::move(json), {}, nullptr}; }
     static Fact ofRecord(const Bytes& record, const RecordLayout* recordLayout) {
-        return {Kind::Record, nullptr, record, recordLayout};
+        return {Kind::record, nullptr, record, recordLayout};
     }
-    Json toJson() const { return kind == Kind::Record ? recordToJson(bytes, layout) : value; }
+    Json toJson() const { return kind == Kind::record ? recordToJson(bytes, layout) : value; }
 };
 
 // A fact that is learnt later than at the start holds from the start, unless another was known before. The controllers'

@@ -111,10 +111,10 @@ bool Learner::learnRecord(const ReplayedCall& call) {
     if (layout == nullptr) return false;
     Path path;
     const std::string reference = call.name == "ZEBRAID_DirectLibCommand"    ? referenceOf(call)
-                                  : layout->owner != RecordOwner::Controller ? deviceOf(call)
+                                  : layout->owner != RecordOwner::controller ? deviceOf(call)
                                                                              : std::string();
-    if (layout->owner == RecordOwner::Device) path = {"devices", reference};
-    if (layout->owner == RecordOwner::LogicalDrive) path = {"logicalDrives", reference};
+    if (layout->owner == RecordOwner::device) path = {"devices", reference};
+    if (layout->owner == RecordOwner::logicalDrive) path = {"logicalDrives", reference};
     path.insert(path.end(), {"records", std::string(layout->name)});
     history_.set(idOf(call), path, isSuccess(call) ? Fact::ofRecord(*call.output, layout) : Fact::of(nullptr));
     learnStatus(call);
@@ -395,7 +395,7 @@ void Learner::learn(const ReplayedCall& call, int64_t second) {
     history_.setNow(second);
     if (call.name == "raid_GetControllerList") history_.beginAt(second);
     const LibraryCall* known = findLibraryCall(call.name);
-    if (known != nullptr && known->kind == CallKind::Computes) return learnAnswer(call, true);
+    if (known != nullptr && known->kind == CallKind::computes) return learnAnswer(call, true);
     const auto teach = teachers().find(call.name);
     if (teach == teachers().end()) return note(call.name + " is no call that a machine file describes");
     (this->*teach->second)(call);

@@ -15,7 +15,7 @@ ReplayedCall readLine(const std::string& line) {
         call.output = bytesOfHex(json.at("out"));
         const uint64_t zeros = json.value("zeros", uint64_t{0});
         if (zeros > MOST_ZEROS) throw BadRecord("\"zeros\" is more than any record has");
-        call.output->resize(call.output->size() + static_cast<size_t>(zeros));
+        call.output->resize(call.output->size() + size_t(zeros));
     }
     if (json.contains("values")) call.values = json.at("values");
     return call;

@@ -35,18 +35,18 @@ class MemberWriter {
         }
         array.erase(array.begin() + static_cast<Json::difference_type>(used), array.end());
         for (Json& element : array)
-            if (element.is_null()) element = field.kind == FieldKind::Struct ? Json::object() : emptyOf(field.kind);
+            if (element.is_null()) element = field.kind == FieldKind::record ? Json::object() : emptyOf(field.kind);
         return array.empty() ? Json() : array;
     }
 
-    static Json emptyOf(FieldKind kind) { return kind == FieldKind::Text ? Json("") : Json(0); }
+    static Json emptyOf(FieldKind kind) { return kind == FieldKind::text ? Json("") : Json(0); }
 
     Json writeValue(size_t offset, const Field& field) {
-        if (field.kind == FieldKind::Struct) return writeStruct(offset, field.members);
+        if (field.kind == FieldKind::record) return writeStruct(offset, field.members);
         if (offset + field.size > rest_.size()) return nullptr;
         uint8_t* bytes = rest_.data() + offset;
         if (std::all_of(bytes, bytes + field.size, [](uint8_t byte) { return byte == 0; })) return nullptr;
-        return field.kind == FieldKind::Number ? takeNumber(bytes, field.size) : takeText(bytes, field.size);
+        return field.kind == FieldKind::number ? takeNumber(bytes, field.size) : takeText(bytes, field.size);
     }
 
     static Json takeNumber(uint8_t* bytes, size_t size) {

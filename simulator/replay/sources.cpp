@@ -46,8 +46,8 @@ SL_LIB_CMD_PARAM_T packetOf(const ReplayedCall& call) {
 const RecordLayout* recordOfCommand(const ReplayedCall& call) {
     const SL_LIB_CMD_PARAM_T packet = packetOf(call);
     if (packet.cmdType != DRIVES) return nullptr;
-    if (packet.cmd == DRIVES_OF_LOGICAL_DRIVE) return findRecordLayout(RecordOwner::LogicalDrive, "SL_PD_IN_LD_T");
-    if (packet.cmd == LOGICAL_DRIVES_OF_DRIVE) return findRecordLayout(RecordOwner::Device, "LDS_OF_PD");
+    if (packet.cmd == DRIVES_OF_LOGICAL_DRIVE) return findRecordLayout(RecordOwner::logicalDrive, "SL_PD_IN_LD_T");
+    if (packet.cmd == LOGICAL_DRIVES_OF_DRIVE) return findRecordLayout(RecordOwner::device, "LDS_OF_PD");
     return nullptr;
 }
 

@@ -21,7 +21,7 @@ Place findPlace(const RecordLayout& layout, const std::string& path) {
         const std::string step = path.substr(begin, end - begin);
         begin = end + 1;
         if (field != nullptr && field->count != 0 && step.find_first_not_of("0123456789") == std::string::npos) {
-            place.offset += static_cast<uint32_t>(std::stoul(step)) * field->size;
+            place.offset += uint32_t(std::stoul(step)) * field->size;
             continue;
         }
         const auto found = std::find_if(members.begin(), members.end(), [&](const Field& f) { return f.name == step; });
@@ -40,7 +40,7 @@ std::vector<uint8_t> parseHex(const std::string& text) {
     for (const char c : text)
         if (c != ' ') digits += c;
     for (size_t i = 0; i + 1 < digits.size(); i += 2)
-        bytes.push_back(static_cast<uint8_t>(std::stoul(digits.substr(i, 2), nullptr, 16)));
+        bytes.push_back(uint8_t(std::stoul(digits.substr(i, 2), nullptr, 16)));
     return bytes;
 }
 
@@ -101,7 +101,7 @@ uint64_t RecordEdit::number(const std::string& path) const {
     if (record_->contains(pointer) && record_->at(pointer).is_number()) named = record_->at(pointer).get<uint64_t>();
     uint64_t value = 0;
     for (uint32_t i = 0; i < place.size; i++)
-        value |= uint64_t{overlay(place.offset + i, static_cast<uint8_t>(named >> 8 * i))} << 8 * i;
+        value |= uint64_t{overlay(place.offset + i, uint8_t(named >> 8 * i))} << 8 * i;
     return value;
 }
 
@@ -112,8 +112,7 @@ std::string RecordEdit::text(const std::string& path) const {
     std::string value(place.size, '\0');
     if (record_->contains(pointer) && record_->at(pointer).is_string())
         value.replace(0, record_->at(pointer).get<std::string>().size(), record_->at(pointer).get<std::string>());
-    for (uint32_t i = 0; i < place.size; i++)
-        value[i] = static_cast<char>(overlay(place.offset + i, static_cast<uint8_t>(value[i])));
+    for (uint32_t i = 0; i < place.size; i++) value[i] = char(overlay(place.offset + i, uint8_t(value[i])));
     value.resize(std::min(value.find('\0'), value.size()));
     while (!value.empty() && value.back() == ' ') value.pop_back();
     return value;
@@ -124,8 +123,7 @@ void RecordEdit::set(const std::string& path, uint64_t value) {
     if (number(path) == value) return;
     const Place place = findPlace(*layout_, path);
     bool inRaw = true;
-    for (uint32_t i = 0; i < place.size; i++)
-        inRaw = patchRaw(place.offset + i, static_cast<uint8_t>(value >> 8 * i)) && inRaw;
+    for (uint32_t i = 0; i < place.size; i++) inRaw = patchRaw(place.offset + i, uint8_t(value >> 8 * i)) && inRaw;
     if (inRaw) return;
     // An array in the file may be shorter than the position: the entries before it are as good as absent.
     Json* node = record_;
@@ -154,7 +152,7 @@ uint64_t RecordEdit::bytes(uint32_t offset, uint32_t size) const {
 
 void RecordEdit::setBytes(uint32_t offset, uint32_t size, uint64_t value) {
     for (uint32_t i = 0; i < size; i++) {
-        const auto byte = static_cast<uint8_t>(value >> 8 * i);
+        const auto byte = uint8_t(value >> 8 * i);
         if (overlay(offset + i, 0) == byte) continue;
         if (!patchRaw(offset + i, byte)) (*record_)["raw"][std::to_string(offset + i)] = hexOf({byte});
     }

@@ -102,13 +102,13 @@ struct Adapter {
     RecordEdit drive(uint64_t id) const {
         static Json none;
         Json* found = device(id);
-        return {found != nullptr ? *found : none, RecordOwner::Device, "MR_PD_INFO"};
+        return {found != nullptr ? *found : none, RecordOwner::device, "MR_PD_INFO"};
     }
-    RecordEdit record(const char* name) const { return {json, RecordOwner::Controller, name}; }
+    RecordEdit record(const char* name) const { return {json, RecordOwner::controller, name}; }
 };
 
 std::vector<uint64_t> drivesOf(Json& volume) {
-    RecordEdit list(volume, RecordOwner::LogicalDrive, "SL_PD_IN_LD_T");
+    RecordEdit list(volume, RecordOwner::logicalDrive, "SL_PD_IN_LD_T");
     std::vector<uint64_t> drives;
     if (!list.exists()) return drives;
     const uint64_t count = std::min<uint64_t>(list.bytes(0, 4), (sizeof(SL_PD_IN_LD_T) - 4) / 2);
@@ -117,7 +117,7 @@ std::vector<uint64_t> drivesOf(Json& volume) {
 }
 
 void setDrivesOf(Json& volume, const std::vector<uint64_t>& drives) {
-    RecordEdit list(volume, RecordOwner::LogicalDrive, "SL_PD_IN_LD_T");
+    RecordEdit list(volume, RecordOwner::logicalDrive, "SL_PD_IN_LD_T");
     const size_t before = drivesOf(volume).size();
     list.setBytes(0, 4, drives.size());
     for (uint32_t i = 0; i < std::max(before, drives.size()); i++)
@@ -131,7 +131,7 @@ bool serves(const Adapter& adapter, uint64_t id) {
 }
 
 uint64_t volumeState(const Adapter& adapter, Json& volume) {
-    const RecordEdit info(volume, RecordOwner::LogicalDrive, "MR_LD_INFO");
+    const RecordEdit info(volume, RecordOwner::logicalDrive, "MR_LD_INFO");
     const std::vector<uint64_t> drives = drivesOf(volume);
     const uint64_t level = info.number("/ldConfig/params/primaryRaidLevel");
     const uint64_t spans = std::max<uint64_t>(info.number("/ldConfig/params/spanDepth"), 1);
@@ -151,7 +151,7 @@ uint64_t volumeState(const Adapter& adapter, Json& volume) {
 }
 
 std::string volumeTitle(const Adapter& adapter, const std::string& target, Json& volume) {
-    const RecordEdit info(volume, RecordOwner::LogicalDrive, "MR_LD_INFO");
+    const RecordEdit info(volume, RecordOwner::logicalDrive, "MR_LD_INFO");
     std::string title = "volume " + adapter.number + "/" + target;
     const std::string name = info.text("/ldConfig/properties/name");
     if (!name.empty()) title += " " + name;
@@ -167,7 +167,7 @@ void updateVirtualDiskStatus(const Adapter& adapter) {
     uint64_t worst = 0;
     for (const auto& [target, volume] : adapter.volumes()->items()) {
         if (volume.is_null()) continue;
-        const RecordEdit info(volume, RecordOwner::LogicalDrive, "MR_LD_INFO");
+        const RecordEdit info(volume, RecordOwner::logicalDrive, "MR_LD_INFO");
         if (!info.exists()) continue;
         const uint64_t state = info.number("/ldConfig/params/state");
         worst = std::max<uint64_t>(worst, state == MR_LD_STATE_OFFLINE ? 2 : state == MR_LD_STATE_OPTIMAL ? 0 : 1);
@@ -182,7 +182,7 @@ void updateVirtualDiskStatus(const Adapter& adapter) {
 }
 
 void setVolumeState(const Adapter& adapter, const std::string& target, Json& volume, uint64_t state) {
-    RecordEdit info(volume, RecordOwner::LogicalDrive, "MR_LD_INFO");
+    RecordEdit info(volume, RecordOwner::logicalDrive, "MR_LD_INFO");
     if (!info.exists()) throw std::runtime_error("volume " + adapter.number + "/" + target + " has no MR_LD_INFO");
     const uint64_t before = info.number("/ldConfig/params/state");
     info.set("/ldConfig/params/state", state);
@@ -217,7 +217,7 @@ void setDriveState(const Adapter& adapter, uint64_t id, uint64_t state) {
     if (state == MR_PD_STATE_REBUILD || state == MR_PD_STATE_ONLINE) drive.set("/powerState", MR_PD_POWER_ACTIVE);
     // The slot in the status of the enclosure that it sits in: a failed drive is critical there.
     if (Json* enclosure = adapter.device(drive.number("/enclDeviceId"))) {
-        RecordEdit status(*enclosure, RecordOwner::Device, "SL_ENCL_STATUS_T");
+        RecordEdit status(*enclosure, RecordOwner::device, "SL_ENCL_STATUS_T");
         const uint64_t slot = drive.number("/slotNumber");
         if (status.exists() && slot < std::min<uint64_t>(status.number("/slotCount"), 124))
             status.set("/element/" + std::to_string(slot) + "/status",
@@ -234,7 +234,7 @@ void setDriveState(const Adapter& adapter, uint64_t id, uint64_t state) {
 std::optional<uint64_t> findSpare(const Adapter& adapter, const RecordEdit& lost) {
     std::optional<uint64_t> spare;
     for (const auto& [name, device] : findMember(adapter.json, "devices")->items()) {
-        const RecordEdit drive(device, RecordOwner::Device, "MR_PD_INFO");
+        const RecordEdit drive(device, RecordOwner::device, "MR_PD_INFO");
         if (!drive.exists() || drive.number("/fwState") != MR_PD_STATE_HOT_SPARE) continue;
         const uint64_t size = drive.number("/coercedSize");
         if (size < lost.number("/coercedSize") || drive.number("/mediaType") != lost.number("/mediaType")) continue;
@@ -258,7 +258,7 @@ void letSpareStepIn(const Adapter& adapter, uint64_t failed) {
         taken = true;
     }
     if (!taken) return;
-    RecordEdit lostVolumes(*adapter.device(failed), RecordOwner::Device, "LDS_OF_PD");
+    RecordEdit lostVolumes(*adapter.device(failed), RecordOwner::device, "LDS_OF_PD");
     if (lostVolumes.exists()) {
         (*adapter.device(*spare))["records"]["LDS_OF_PD"] = Json(lostVolumes.json());
         lostVolumes.setBytes(0, 4, 0);
@@ -287,7 +287,7 @@ void pullDrive(const Adapter& adapter, uint64_t id, Words) {
         }
     const RecordEdit drive = adapter.drive(id);
     if (Json* enclosure = adapter.device(drive.number("/enclDeviceId"))) {
-        RecordEdit status(*enclosure, RecordOwner::Device, "SL_ENCL_STATUS_T");
+        RecordEdit status(*enclosure, RecordOwner::device, "SL_ENCL_STATUS_T");
         const uint64_t slot = drive.number("/slotNumber");
         if (status.exists() && slot < std::min<uint64_t>(status.number("/slotCount"), 124))
             status.set("/element/" + std::to_string(slot) + "/status", SL_ENCL_ELEM_STATUS_NOT_INSTALLED);
@@ -367,8 +367,8 @@ constexpr struct {
     {"spare", makeSpare}, {"foreign", makeForeign}, {"predict", predictFailure}, {"temperature", setTemperature}};
 
 void runOperation(Json& volume, uint64_t bit, const char* member, uint64_t progress) {
-    RecordEdit info(volume, RecordOwner::LogicalDrive, "MR_LD_INFO");
-    RecordEdit own(volume, RecordOwner::LogicalDrive, "MR_LD_PROGRESS");
+    RecordEdit info(volume, RecordOwner::logicalDrive, "MR_LD_INFO");
+    RecordEdit own(volume, RecordOwner::logicalDrive, "MR_LD_PROGRESS");
     const bool done = progress == 65535;
     for (const auto& [record, prefix] : {std::pair{&info, "/progress"}, std::pair{&own, ""}}) {
         if (!record->exists()) continue;
@@ -398,7 +398,7 @@ std::pair<Adapter, uint64_t> findObject(Json& machine, const std::string& name, 
     Json* controllers = findMember(machine, "controllers");
     if (controllers != nullptr && controllers->is_array())
         for (Json& controller : *controllers)
-            if (controller.is_object() && controller.value("number", -1) == static_cast<int64_t>(number))
+            if (controller.is_object() && controller.value("number", -1) == int64_t(number))
                 return {{controller, std::to_string(number), lines}, id};
     throw WrongWord("there is no adapter " + std::to_string(number));
 }
@@ -469,7 +469,7 @@ std::vector<std::string> describeDrives(Json& machine) {
         Json* devices = findMember(controller, "devices");
         if (devices == nullptr) continue;
         for (const auto& [id, device] : devices->items()) {
-            const RecordEdit drive(device, RecordOwner::Device, "MR_PD_INFO");
+            const RecordEdit drive(device, RecordOwner::device, "MR_PD_INFO");
             if (!drive.exists() || (drive.number("/scsiDevType") & SCSI_DEVICE_TYPE_MASK) != SCSI_DEVICE_TYPE_DISK)
                 continue;
             lines.push_back(std::to_string(controller.value("number", -1)) + "/" + id + "  slot " +
@@ -486,7 +486,7 @@ std::vector<std::string> describeVolumes(Json& machine) {
         const Adapter adapter{controller, std::to_string(controller.value("number", -1)), lines};
         if (adapter.volumes() == nullptr) continue;
         for (const auto& [target, volume] : adapter.volumes()->items()) {
-            const RecordEdit info(volume, RecordOwner::LogicalDrive, "MR_LD_INFO");
+            const RecordEdit info(volume, RecordOwner::logicalDrive, "MR_LD_INFO");
             if (info.exists())
                 lines.push_back(volumeTitle(adapter, target, volume) + ": " +
                                 nameOf(VOLUME_STATES, info.number("/ldConfig/params/state")));

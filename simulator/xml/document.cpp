@@ -23,7 +23,7 @@ void* allocateChunk(Document& document, size_t size) {
     const bool alone = size > chunkBytes / 4;
     const size_t bytes = alone ? size : chunkBytes;
     void* memory = size < PTRDIFF_MAX - sizeof(Chunk) ? malloc(sizeof(Chunk) + bytes) : nullptr;
-    if (!memory) return nullptr;
+    if (memory == nullptr) return nullptr;
     auto* chunk = new (memory) Chunk{document.chunks};
     char* start = reinterpret_cast<char*>(chunk + 1);
     document.chunks = chunk;
@@ -44,22 +44,22 @@ using namespace xmlParser;
 
 XMLDoc* createXMLDoc(void) {
     void* memory = malloc(sizeof(Document));
-    if (!memory) return nullptr;
+    if (memory == nullptr) return nullptr;
     auto* document = new (memory) Document{};
     // Differs from process to process, so that nobody can prepare names that share a slot.
     const auto ownAddress = uint64_t{reinterpret_cast<uintptr_t>(&g_youngest)};
     document->nameKey = ownAddress << 24 ^ reinterpret_cast<uintptr_t>(document);
     document->older = g_youngest;
-    if (g_youngest) g_youngest->younger = document;
+    if (g_youngest != nullptr) g_youngest->younger = document;
     g_youngest = document;
     return &document->visible;
 }
 
 void freeXMLDoc(XMLDoc* document) {
-    if (!document) return;
+    if (document == nullptr) return;
     auto* whole = reinterpret_cast<Document*>(document);
-    if (whole->older) whole->older->younger = whole->younger;
-    (whole->younger ? whole->younger->older : g_youngest) = whole->older;
+    if (whole->older != nullptr) whole->older->younger = whole->younger;
+    (whole->younger != nullptr ? whole->younger->older : g_youngest) = whole->older;
     while (Chunk* chunk = whole->chunks) {
         whole->chunks = chunk->next;
         free(chunk);

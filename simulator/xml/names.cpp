@@ -28,7 +28,7 @@ uint32_t hashOf(const Document& document, const char* text, size_t length) {
     uint64_t rest = 0;
     for (; length > 0; ++text, --length) rest = rest << 8 | static_cast<unsigned char>(*text);
     mix(rest);
-    return static_cast<uint32_t>(hash >> 32);
+    return uint32_t(hash >> 32);
 }
 
 // Where the name is, or the empty slot where it belongs.
@@ -45,12 +45,12 @@ const char** slotOf(const Document& document, const char* text, size_t length, u
 bool growNames(Document& document) {
     const size_t slots = document.nameSlots > 0 ? 2 * document.nameSlots : FIRST_SLOTS;
     auto** grown = static_cast<const char**>(allocate(document, slots * sizeof(char*)));
-    if (!grown) return false;
+    if (grown == nullptr) return false;
     memset(grown, 0, slots * sizeof(char*));
     for (size_t i = 0; i < document.nameSlots; ++i) {
-        if (!document.names[i]) continue;
+        if (document.names[i] == nullptr) continue;
         size_t slot = headOf(document.names[i]).hash & (slots - 1);
-        while (grown[slot]) slot = (slot + 1) & (slots - 1);
+        while (grown[slot] != nullptr) slot = (slot + 1) & (slots - 1);
         grown[slot] = document.names[i];
     }
     document.names = grown;
@@ -77,10 +77,10 @@ const char* findOrAdd(Document& document, const char* text) {
     const size_t length = strlen(text);
     const uint32_t hash = hashOf(document, text, length);
     const char** slot = slotOf(document, text, length, hash);
-    if (*slot || !isName(text, length)) return *slot;
+    if (*slot != nullptr || !isName(text, length)) return *slot;
     void* memory = allocate(document, sizeof(NameHead) + length + 1);
-    if (!memory) return nullptr;
-    auto* head = new (memory) NameHead{hash, static_cast<uint32_t>(length), nullptr, nullptr};
+    if (memory == nullptr) return nullptr;
+    auto* head = new (memory) NameHead{hash, uint32_t(length), nullptr, nullptr};
     char* name = reinterpret_cast<char*>(head + 1);
     memcpy(name, text, length + 1);
     *slot = name;
@@ -97,9 +97,9 @@ const char* findName(const Document& document, const char* text) {
 }
 
 const char* searchName(Document& document, const char* text) {
-    const char* name = text ? findOrAdd(document, text) : nullptr;
-    if (!name) return nullptr;
-    if (document.lastName) headOf(document.lastName).next = name;
+    const char* name = text != nullptr ? findOrAdd(document, text) : nullptr;
+    if (name == nullptr) return nullptr;
+    if (document.lastName != nullptr) headOf(document.lastName).next = name;
     return document.lastName = name;
 }
 

@@ -20,7 +20,7 @@ ElementPart makePart(Document& document, XMLNode* element) {
     XMLNode* text = element->firstChild;
     Document& document = *documentOf(element);
     void* memory = allocate(document, sizeof(ElementPart));
-    if (!memory) return nullptr;
+    if (memory == nullptr) return nullptr;
     auto* part = new (memory) ElementPart(makePart(document, element));
     part->hasContent = !isWhiteSpace(text->nodeValue);
     part->parent = parentOf(element);
@@ -33,7 +33,7 @@ ElementPart makePart(Document& document, XMLNode* element) {
 // Of an element that is to hold something; NULL: no memory.
 ElementPart* needPart(XMLNode* element) {
     ElementPart* part = partOf(element);
-    return part ? part : growLeaf(element);
+    return part != nullptr ? part : growLeaf(element);
 }
 
 bool isElement(const XMLNode* node) {
@@ -45,22 +45,22 @@ bool isAttached(const XMLNode* element) {
 }
 
 bool isWithin(const XMLNode* ancestor, const XMLNode* node) {
-    while (node && node != ancestor) node = parentOf(node);
+    while (node != nullptr && node != ancestor) node = parentOf(node);
     return node != nullptr;
 }
 
 const Attribute* findAttribute(const XMLNode* element, const char* name) {
     const ElementPart* part = partOf(element);
-    const Attribute* attribute = part ? part->attributes : nullptr;
-    while (attribute && strcmp(attribute->name, name) != 0) attribute = attribute->next;
+    const Attribute* attribute = part != nullptr ? part->attributes : nullptr;
+    while (attribute != nullptr && strcmp(attribute->name, name) != 0) attribute = attribute->next;
     return attribute;
 }
 
 // The next node in document order that is not a leaf's text; NULL: `within` ends.
 XMLNode* nextNode(const XMLNode* within, XMLNode* node) {
-    if (partOf(node) && node->firstChild) return node->firstChild;
+    if (partOf(node) != nullptr && node->firstChild != nullptr) return node->firstChild;
     while (node != within) {
-        if (node->nextSibling) return node->nextSibling;
+        if (node->nextSibling != nullptr) return node->nextSibling;
         node = parentOf(node);
     }
     return nullptr;
@@ -70,8 +70,8 @@ XMLNode* nextNode(const XMLNode* within, XMLNode* node) {
 
 Element* newElement(Document& document, const char* name) {
     const char* interned = internName(document, name);
-    void* memory = interned ? allocate(document, sizeof(Element)) : nullptr;
-    if (!memory) return nullptr;
+    void* memory = interned != nullptr ? allocate(document, sizeof(Element)) : nullptr;
+    if (memory == nullptr) return nullptr;
     auto* element = new (memory) Element{};
     element->node = {XML_ELEMENT_NODE, KEY_ELEMENT, interned, nullptr, nullptr, nullptr};
     element->part = makePart(document, &element->node);
@@ -79,7 +79,7 @@ Element* newElement(Document& document, const char* name) {
 }
 
 void linkChild(ElementPart& parent, XMLNode* child) {
-    (parent.lastChild ? parent.lastChild->nextSibling : parent.element->firstChild) = child;
+    (parent.lastChild != nullptr ? parent.lastChild->nextSibling : parent.element->firstChild) = child;
     parent.lastChild = child;
     if (child->nodeType == XML_ELEMENT_NODE) parent.hasElements = true;
 }
@@ -87,8 +87,8 @@ void linkChild(ElementPart& parent, XMLNode* child) {
 Attribute* newAttribute(Document& document, const char* name, const char* value) {
     const char* interned = internName(document, name);
     const TextSize size = measureText(value);
-    void* memory = interned ? allocate(document, sizeof(Attribute) + size.bytes + 1) : nullptr;
-    if (!memory) return nullptr;
+    void* memory = interned != nullptr ? allocate(document, sizeof(Attribute) + size.bytes + 1) : nullptr;
+    if (memory == nullptr) return nullptr;
     auto* attribute = new (memory) Attribute{};
     char* copy = reinterpret_cast<char*>(attribute + 1);
     copyText(copy, value, size);
@@ -99,7 +99,7 @@ Attribute* newAttribute(Document& document, const char* name, const char* value)
 bool appendText(ElementPart& parent, int32_t nodeType, const char* text) {
     const TextSize size = measureText(text);
     void* memory = allocate(*parent.document, sizeof(XMLNode) + size.bytes + 1);
-    if (!memory) return false;
+    if (memory == nullptr) return false;
     auto* node = new (memory) XMLNode{};
     char* copy = reinterpret_cast<char*>(node + 1);
     copyText(copy, text, size);
@@ -118,10 +118,10 @@ namespace {
 // The characters of a leaf's text. Leaves of one name often hold the same text as the one before: they share it.
 const char* makeLeafText(Document& document, const char* name, const char* text) {
     NameHead& head = headOf(name);
-    if (head.text && strcmp(head.text, text) == 0) return head.text;
+    if (head.text != nullptr && strcmp(head.text, text) == 0) return head.text;
     const TextSize size = measureText(text);
     char* copy = static_cast<char*>(allocate(document, size.bytes + 1));
-    if (copy) copyText(copy, text, size);
+    if (copy != nullptr) copyText(copy, text, size);
     return head.text = copy;
 }
 
@@ -129,13 +129,13 @@ const char* makeLeafText(Document& document, const char* name, const char* text)
 
 XMLNode* createElement(const char* name) {
     Document* document = youngestDocument();
-    Element* element = document ? newElement(*document, name) : nullptr;
-    return element ? &element->node : nullptr;
+    Element* element = document != nullptr ? newElement(*document, name) : nullptr;
+    return element != nullptr ? &element->node : nullptr;
 }
 
 int setDocumentElement(XMLDoc* document, XMLNode* element) {
-    if (!document || !isElement(element) || &documentOf(element)->visible != document) return 1;
-    if (parentOf(element)) return 1;
+    if (document == nullptr || !isElement(element) || &documentOf(element)->visible != document) return 1;
+    if (parentOf(element) != nullptr) return 1;
     document->documentElement = element;
     return XP_SUCCESS;
 }
@@ -143,9 +143,9 @@ int setDocumentElement(XMLDoc* document, XMLNode* element) {
 int appendChild(XMLNode* parent, XMLNode* child) {
     if (!isElement(parent) || !isElement(child) || documentOf(parent) != documentOf(child)) return 1;
     if (isAttached(child) || child == parent) return 1;
-    if (child->firstChild && isWithin(child, parent)) return 1; // would close a ring
+    if (child->firstChild != nullptr && isWithin(child, parent)) return 1; // would close a ring
     ElementPart* part = needPart(parent);
-    if (!part) return 1;
+    if (part == nullptr) return 1;
     partOf(child)->parent = parent;
     linkChild(*part, child);
     return XP_SUCCESS;
@@ -153,10 +153,11 @@ int appendChild(XMLNode* parent, XMLNode* child) {
 
 int appendTextChild(XMLNode* parent, const char* name, const char* text) {
     ElementPart* part = isElement(parent) ? needPart(parent) : nullptr;
-    const char* interned = part ? internName(*part->document, name) : nullptr;
-    const char* value = interned ? makeLeafText(*part->document, interned, text ? text : "") : nullptr;
-    void* memory = value ? allocate(*part->document, sizeof(Leaf)) : nullptr;
-    if (!memory) return 1;
+    const char* interned = part != nullptr ? internName(*part->document, name) : nullptr;
+    const char* value =
+        interned != nullptr ? makeLeafText(*part->document, interned, text != nullptr ? text : "") : nullptr;
+    void* memory = value != nullptr ? allocate(*part->document, sizeof(Leaf)) : nullptr;
+    if (memory == nullptr) return 1;
     auto* leaf = static_cast<Leaf*>(memory);
     new (leaf) Leaf{{XML_ELEMENT_NODE, KEY_LEAF, interned, nullptr, &leaf->text, nullptr},
                     {XML_TEXT_NODE, KEY_LEAF_TEXT, part->textName, value, nullptr, nullptr}};
@@ -172,20 +173,21 @@ int appendIntegerChild(XMLNode* parent, const char* name, int32_t value) {
 
 int setAttribute(XMLNode* element, const char* name, const char* value) {
     ElementPart* part = isElement(element) ? needPart(element) : nullptr;
-    Attribute* attribute = part ? newAttribute(*part->document, name, value ? value : "") : nullptr;
-    if (!attribute) return 1;
+    Attribute* attribute =
+        part != nullptr ? newAttribute(*part->document, name, value != nullptr ? value : "") : nullptr;
+    if (attribute == nullptr) return 1;
     Attribute** place = &part->attributes;
-    while (*place && (*place)->name != attribute->name) place = &(*place)->next;
-    if (*place) attribute->next = (*place)->next;
+    while (*place != nullptr && (*place)->name != attribute->name) place = &(*place)->next;
+    if (*place != nullptr) attribute->next = (*place)->next;
     *place = attribute;
     return XP_SUCCESS;
 }
 
 int getAttribute(const XMLNode* element, const char* name, char* value, size_t size) {
-    if (!value || size == 0) return 1;
+    if (value == nullptr || size == 0) return 1;
     *value = '\0';
-    const Attribute* attribute = isElement(element) && name ? findAttribute(element, name) : nullptr;
-    if (!attribute) return 1;
+    const Attribute* attribute = isElement(element) && name != nullptr ? findAttribute(element, name) : nullptr;
+    if (attribute == nullptr) return 1;
     const size_t length = strlen(attribute->value);
     size_t copied = std::min(length, size - 1);
     while (copied > 0 && (attribute->value[copied] & 0xC0) == 0x80) --copied; // not within a character
@@ -199,11 +201,11 @@ XMLNode* findXmlNode(XMLNode* within, const char* name) {
 }
 
 XMLNode* findNextXmlNode(XMLNode* within, XMLNode* after, const char* name) {
-    if (!isElement(within) || !after || !name || !isWithin(within, after)) return nullptr;
+    if (!isElement(within) || after == nullptr || name == nullptr || !isWithin(within, after)) return nullptr;
     const char* interned = findName(*documentOf(within), name);
-    if (!interned) return nullptr;
+    if (interned == nullptr) return nullptr;
     XMLNode* node = nextNode(within, after);
-    while (node && node->nodeName != interned) {
+    while (node != nullptr && node->nodeName != interned) {
         // Mostly from leaf to leaf; below `within`, so that a sibling is too.
         const bool hasNextLeaf = node->documentKey == KEY_LEAF && node->nextSibling != nullptr;
         node = hasNextLeaf ? node->nextSibling : nextNode(within, node);

@@ -47,7 +47,7 @@ void giveUp(Reader& reader, const char* error) {
 bool growText(Reader& reader, size_t length) {
     const size_t capacity = std::max({FIRST_CAPACITY, 2 * reader.capacity, length});
     char* text = static_cast<char*>(realloc(reader.text, capacity));
-    if (!text) return false;
+    if (text == nullptr) return false;
     reader.text = text;
     reader.capacity = capacity;
     return true;
@@ -68,9 +68,9 @@ void flushText(Reader& reader, int32_t nodeType) {
 }
 
 bool addAttributes(ElementPart& part, const XML_Char** attributes) {
-    for (Attribute** place = &part.attributes; *attributes; attributes += 2) {
+    for (Attribute** place = &part.attributes; *attributes != nullptr; attributes += 2) {
         *place = newAttribute(*part.document, attributes[0], attributes[1]);
-        if (!*place) return false;
+        if (*place == nullptr) return false;
         place = &(*place)->next;
     }
     return true;
@@ -84,12 +84,12 @@ Reader* running(void* userData) {
 
 void startElement(void* userData, const XML_Char* name, const XML_Char** attributes) {
     Reader* reader = running(userData);
-    if (!reader) return;
+    if (reader == nullptr) return;
     if (reader->depth == MAX_DEPTH) return giveUp(*reader, "elements are nested too deeply");
-    if (reader->open) flushText(*reader, XML_TEXT_NODE);
+    if (reader->open != nullptr) flushText(*reader, XML_TEXT_NODE);
     Element* element = newElement(*reader->document, name);
-    if (!element || !addAttributes(element->part, attributes)) return giveUp(*reader, "out of memory");
-    if (reader->open) {
+    if (element == nullptr || !addAttributes(element->part, attributes)) return giveUp(*reader, "out of memory");
+    if (reader->open != nullptr) {
         element->part.parent = reader->open->element;
         linkChild(*reader->open, &element->node);
     } else {
@@ -101,15 +101,15 @@ void startElement(void* userData, const XML_Char* name, const XML_Char** attribu
 
 void endElement(void* userData, const XML_Char* /*name*/) {
     Reader* reader = running(userData);
-    if (!reader) return;
+    if (reader == nullptr) return;
     flushText(*reader, XML_TEXT_NODE);
-    reader->open = reader->open->parent ? partOf(reader->open->parent) : nullptr;
+    reader->open = reader->open->parent != nullptr ? partOf(reader->open->parent) : nullptr;
     --reader->depth;
 }
 
 void characters(void* userData, const XML_Char* text, int length) {
     Reader* reader = running(userData);
-    if (reader) collectText(*reader, text, static_cast<size_t>(length));
+    if (reader != nullptr) collectText(*reader, text, size_t(length));
 }
 
 void startSection(void* userData) {
@@ -132,14 +132,14 @@ void read(Reader& reader, const char* text, size_t length) {
     XML_SetCharacterDataHandler(reader.parser, characters);
     XML_SetCdataSectionHandler(reader.parser, startSection, endSection);
     XML_SetStartDoctypeDeclHandler(reader.parser, startDoctype);
-    const XML_Status status = XML_Parse(reader.parser, text, static_cast<int>(length), 1);
+    const XML_Status status = XML_Parse(reader.parser, text, int(length), 1);
     if (status != XML_STATUS_OK && !reader.failed) fail(reader, XML_ErrorString(XML_GetErrorCode(reader.parser)));
 }
 
 XMLDoc* parse(XMLWorkArea* workArea, const char* text, size_t length) {
     XMLDoc* document = createXMLDoc();
-    XML_Parser parser = document ? XML_ParserCreate(nullptr) : nullptr;
-    if (!parser) {
+    XML_Parser parser = document != nullptr ? XML_ParserCreate(nullptr) : nullptr;
+    if (parser == nullptr) {
         setErrorText(workArea, "out of memory");
         freeXMLDoc(document);
         return nullptr;
@@ -161,8 +161,8 @@ using namespace xmlParser;
 
 XMLDoc* parseText(XMLWorkArea* workArea, const char* text) {
     setErrorText(workArea, "");
-    const size_t length = text ? strnlen(text, MAX_TEXT_BYTES + 1) : 0;
-    if (text && length <= MAX_TEXT_BYTES) return parse(workArea, text, length);
-    setErrorText(workArea, text ? "the text is longer than 16 MiB" : "no text");
+    const size_t length = text != nullptr ? strnlen(text, MAX_TEXT_BYTES + 1) : 0;
+    if (text != nullptr && length <= MAX_TEXT_BYTES) return parse(workArea, text, length);
+    setErrorText(workArea, text != nullptr ? "the text is longer than 16 MiB" : "no text");
     return nullptr;
 }

@@ -12,7 +12,7 @@ constexpr size_t CAPACITY = sizeof(XMLWorkArea::bytes) - sizeof MARK;
 } // namespace
 
 void setErrorText(XMLWorkArea* workArea, const char* text) {
-    if (!workArea) return;
+    if (workArea == nullptr) return;
     memcpy(workArea->bytes, MARK, sizeof MARK);
     const size_t length = strnlen(text, CAPACITY - 1);
     memcpy(workArea->bytes + sizeof MARK, text, length);
@@ -24,7 +24,7 @@ void setErrorText(XMLWorkArea* workArea, const char* text) {
 using namespace xmlParser;
 
 const char* getErrorText(const XMLWorkArea* workArea) {
-    if (!workArea || memcmp(workArea->bytes, MARK, sizeof MARK) != 0) return "";
+    if (workArea == nullptr || memcmp(workArea->bytes, MARK, sizeof MARK) != 0) return "";
     const char* text = reinterpret_cast<const char*>(workArea->bytes) + sizeof MARK;
-    return memchr(text, '\0', CAPACITY) ? text : "";
+    return memchr(text, '\0', CAPACITY) != nullptr ? text : "";
 }

@@ -29,7 +29,7 @@ struct Writer {
     const size_t wanted = writer.length + length;
     const size_t capacity = std::max(wanted, writer.capacity + writer.capacity / 2);
     char* text = wanted < PTRDIFF_MAX ? static_cast<char*>(realloc(writer.text, capacity)) : nullptr;
-    if (text) {
+    if (text != nullptr) {
         writer.text = text;
         writer.capacity = capacity;
         return true;
@@ -108,7 +108,8 @@ void putStartTag(Writer& writer, const XMLNode* element) {
     put(writer, "<");
     putName(writer, element->nodeName);
     const ElementPart* part = partOf(element);
-    for (const Attribute* attribute = part ? part->attributes : nullptr; attribute; attribute = attribute->next) {
+    for (const Attribute* attribute = part != nullptr ? part->attributes : nullptr; attribute != nullptr;
+         attribute = attribute->next) {
         put(writer, " ");
         putName(writer, attribute->name);
         put(writer, "=\"");
@@ -134,12 +135,12 @@ bool isBlock(const XMLNode* element) {
 
 void beginNode(Writer& writer, const XMLNode* node) {
     if (node->nodeType != XML_ELEMENT_NODE) {
-        if (writer.inlined) putText(writer, node);
+        if (writer.inlined != nullptr) putText(writer, node);
         return;
     }
-    if (!writer.inlined) putIndent(writer);
+    if (writer.inlined == nullptr) putIndent(writer);
     putStartTag(writer, node);
-    if (!writer.inlined) {
+    if (writer.inlined == nullptr) {
         if (isBlock(node)) {
             put(writer, "\n");
         } else {
@@ -150,25 +151,25 @@ void beginNode(Writer& writer, const XMLNode* node) {
 
 void endNode(Writer& writer, const XMLNode* node) {
     if (node->nodeType != XML_ELEMENT_NODE) return;
-    if (!writer.inlined) putIndent(writer);
+    if (writer.inlined == nullptr) putIndent(writer);
     put(writer, "</");
     putName(writer, node->nodeName);
     put(writer, ">");
     if (writer.inlined == node) writer.inlined = nullptr;
-    if (!writer.inlined) put(writer, "\n");
+    if (writer.inlined == nullptr) put(writer, "\n");
 }
 
 // What most of a tree is: an element on a line of its own with a text that needs no reference. One look at the text,
 // one claim for the line. False: it is something else, nothing is written.
 bool putLeafLine(Writer& writer, const XMLNode* node) {
-    if (node->documentKey != KEY_LEAF || writer.inlined) return false;
+    if (node->documentKey != KEY_LEAF || writer.inlined != nullptr) return false;
     const char* text = node->firstChild->nodeValue;
     const size_t textLength = plainLength(text, STOPS);
     if (text[textLength] != '\0') return false;
     const size_t nameLength = lengthOfName(node->nodeName);
     const size_t indent = INDENT * writer.depth;
     char* out = extend(writer, indent + 2 * nameLength + textLength + strlen("<></>\n"));
-    if (!out) return true;
+    if (out == nullptr) return true;
     const auto append = [&out](const char* characters, size_t length) {
         memcpy(out, characters, length);
         out += length;
@@ -190,14 +191,14 @@ void putTree(Writer& writer, const XMLNode* root) {
     for (const XMLNode* node = root;;) {
         if (!putLeafLine(writer, node)) {
             beginNode(writer, node);
-            if (node->firstChild) {
+            if (node->firstChild != nullptr) {
                 ++writer.depth;
                 node = node->firstChild;
                 continue;
             }
             endNode(writer, node);
         }
-        while (node != root && !node->nextSibling) {
+        while (node != root && node->nextSibling == nullptr) {
             node = parentOf(node);
             --writer.depth;
             endNode(writer, node);
@@ -208,8 +209,8 @@ void putTree(Writer& writer, const XMLNode* root) {
 }
 
 const char* refusal(const XMLDoc* document, const char* encoding, int compact, int declaration) {
-    if (!document || !document->documentElement) return "no document, or one without a root";
-    if (!encoding || strcmp(encoding, "UTF-8") != 0) return "the encoding is not UTF-8";
+    if (document == nullptr || document->documentElement == nullptr) return "no document, or one without a root";
+    if (encoding == nullptr || strcmp(encoding, "UTF-8") != 0) return "the encoding is not UTF-8";
     if (compact != 0 || declaration != 1) return "unknown output form";
     return nullptr;
 }
@@ -238,5 +239,5 @@ char* writeXMLEnhancedForBf(XMLWorkArea* workArea, const XMLDoc* document, const
         return nullptr;
     }
     char* exact = static_cast<char*>(realloc(writer.text, writer.length));
-    return exact ? exact : writer.text;
+    return exact != nullptr ? exact : writer.text;
 }

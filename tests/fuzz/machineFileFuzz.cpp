@@ -27,7 +27,7 @@ void place(std::string_view text) {
 
 void checkController(const sim::Controller& controller) {
     for (const auto& [name, bytes] : controller.records) {
-        demand(sim::findRecordLayout(sim::RecordOwner::Controller, name) != nullptr, "only known records are kept");
+        demand(sim::findRecordLayout(sim::RecordOwner::controller, name) != nullptr, "only known records are kept");
         demand(bytes.size() <= 1 << 20, "records are bounded");
     }
     for (const auto& [id, device] : controller.devices)

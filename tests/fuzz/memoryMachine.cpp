@@ -31,8 +31,8 @@ std::shared_ptr<const Kind> shared(const Kind& object) {
 } // namespace
 
 void takeFaults(Input& input) {
-    constexpr sim::FaultKind kinds[] = {sim::FaultKind::Error, sim::FaultKind::Empty, sim::FaultKind::Short,
-                                        sim::FaultKind::Garbage, sim::FaultKind::Counts};
+    constexpr sim::FaultKind kinds[] = {sim::FaultKind::error, sim::FaultKind::empty, sim::FaultKind::half,
+                                        sim::FaultKind::garbage, sim::FaultKind::counts};
     const uint8_t head = input.byte();
     g_machine.lastFaultStays = (head & 0x80) != 0;
     uint32_t call = 0;

@@ -47,8 +47,8 @@ void lay(sim::Bytes& over, size_t offset, std::string_view bytes) {
 }
 
 sim::Records& recordsOf(sim::Controller& controller, sim::RecordOwner owner, uint8_t unit) {
-    if (owner == sim::RecordOwner::Device) return controller.devices[unit].records;
-    return owner == sim::RecordOwner::LogicalDrive ? controller.logicalDrives[unit] : controller.records;
+    if (owner == sim::RecordOwner::device) return controller.devices[unit].records;
+    return owner == sim::RecordOwner::logicalDrive ? controller.logicalDrives[unit] : controller.records;
 }
 
 void describeDevice(sim::Device& device, const Patch& patch) {

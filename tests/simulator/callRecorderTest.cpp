@@ -19,9 +19,9 @@ std::string fileOf(const std::string& name) {
     return simulatedRoot() + "/" + name;
 }
 
-void record(const char* name, int number, sim::Recording recording = sim::Recording::All) {
+void record(const char* name, int number, sim::Recording recording = sim::Recording::all) {
     const sim::CallValue arguments[] = {number};
-    recorder.record({1, name, arguments, 1, "result", {}}, recording, sim::Share::WhenChanged);
+    recorder.record({1, name, arguments, 1, "result", {}}, recording, sim::Share::whenChanged);
 }
 
 size_t wholeLinesOf(const std::string& text) {
@@ -38,11 +38,11 @@ size_t wholeLinesOf(const std::string& text) {
     rlimit size = {200, RLIM_INFINITY};
     setrlimit(RLIMIT_FSIZE, &size);
     errno = E2BIG;
-    for (int i = 0; i < 10; ++i) record("aFunction", i, sim::Recording::Changes);
+    for (int i = 0; i < 10; ++i) record("aFunction", i, sim::Recording::changes);
     if (errno != E2BIG) _exit(1); // the library's own
     size.rlim_cur = RLIM_INFINITY;
     setrlimit(RLIMIT_FSIZE, &size);
-    for (int i = 0; i < 10; ++i) record("aFunction", i, sim::Recording::Changes); // those that were lost are news
+    for (int i = 0; i < 10; ++i) record("aFunction", i, sim::Recording::changes); // those that were lost are news
     _exit(0);
 }
 

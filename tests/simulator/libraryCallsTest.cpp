@@ -141,11 +141,11 @@ TEST(LibraryCalls, answerAsTheMachineIsDescribed) {
 }
 
 TEST(LibraryCalls, spoiltByGarbageGiveTheSameInEveryRun) {
-    const sim::Fault fault(sim::FaultKind::Garbage, 1234);
+    const sim::Fault fault(sim::FaultKind::garbage, 1234);
     uint8_t bytes[8] = {};
     fault.spoil(bytes, sizeof bytes);
     EXPECT_EQ(hexOf(bytes, sizeof bytes), "d70c1de72645a904");
-    EXPECT_STREQ(fault.spoiledText("a"), sim::Fault(sim::FaultKind::Garbage, 1234).spoiledText("b"));
+    EXPECT_STREQ(fault.spoiledText("a"), sim::Fault(sim::FaultKind::garbage, 1234).spoiledText("b"));
     EXPECT_EQ(fault.spoiledLength(5), 5U);
 }
 

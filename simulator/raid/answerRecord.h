@@ -21,11 +21,11 @@ constexpr int RAID_NOT_SUPPORTED = 3;
 const Bytes* findRecord(const Records& records, std::string_view name);
 
 // What a read answers; `name` is that of the record.
-Answer<int> readInto(const Bytes* record, std::string_view name, void* buffer, size_t length);
-Answer<int> readControllerRecord(uint32_t ctrlId, std::string_view name, void* buffer, size_t length);
-Answer<int> readDeviceRecord(uint32_t ctrlId, uint16_t deviceId, std::string_view name, void* buffer, size_t length);
-Answer<int> readLogicalDriveRecord(uint32_t ctrlId, uint8_t targetId, std::string_view name, void* buffer,
-                                   size_t length);
+Answer<int> answerRecord(const Bytes* record, std::string_view name, void* buffer, size_t length);
+Answer<int> answerControllerRecord(uint32_t ctrlId, std::string_view name, void* buffer, size_t length);
+Answer<int> answerDeviceRecord(uint32_t ctrlId, uint16_t deviceId, std::string_view name, void* buffer, size_t length);
+Answer<int> answerLogicalDriveRecord(uint32_t ctrlId, uint8_t targetId, std::string_view name, void* buffer,
+                                     size_t length);
 
 // NULL: unknown. Keeps its controller alive.
 std::shared_ptr<const Device> findDevice(uint32_t ctrlId, uint16_t deviceId);

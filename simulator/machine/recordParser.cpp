@@ -1,4 +1,4 @@
-#include "simulator/machine/recordReader.h"
+#include "simulator/machine/recordParser.h"
 
 #include "simulator/machine/jsonNode.h"
 
@@ -27,9 +27,9 @@ void store(const Node& node, Bytes& record, size_t offset, const void* bytes, si
 void readStruct(const Node& node, Bytes& record, size_t offset, std::span<const Field> fields);
 
 void readValue(const Node& node, Bytes& record, size_t offset, const Field& field) {
-    if (field.kind == FieldKind::Struct) {
+    if (field.kind == FieldKind::record) {
         readStruct(node, record, offset, field.members);
-    } else if (field.kind == FieldKind::Number) {
+    } else if (field.kind == FieldKind::number) {
         const uint64_t number = readUnsigned(node, UINT64_MAX >> (64 - 8 * field.size));
         store(node, record, offset, &number, field.size);
     } else {
@@ -59,17 +59,17 @@ void readStruct(const Node& node, Bytes& record, size_t offset, std::span<const 
 // Lays the raw bytes over the record; without a size the record grows to hold them.
 void readRaw(const Node& raw, Bytes& record, bool grows) {
     forEachMember(raw, [&](const Node& member) {
-        const auto offset = static_cast<size_t>(numberOf(member, LARGEST_RECORD));
-        const Bytes bytes = readHex(member);
+        const auto offset = size_t(numberOf(member, LARGEST_RECORD));
+        const Bytes bytes = parseHex(member);
         if (grows) record.resize(std::max(record.size(), offset + bytes.size()));
         store(member, record, offset, bytes.data(), bytes.size());
     });
 }
 
-Bytes readRecord(const Node& node, std::optional<size_t> size, std::span<const Field> fields) {
+Bytes parseRecord(const Node& node, std::optional<size_t> size, std::span<const Field> fields) {
     if (!node.json.is_object()) node.fail("must be an object or null");
     if (const auto other = node.json.find("size"); other != node.json.end())
-        size = static_cast<size_t>(readUnsigned({*other, &node, "size"}, LARGEST_RECORD));
+        size = size_t(readUnsigned({*other, &node, "size"}, LARGEST_RECORD));
     Bytes record(size.value_or(0));
     forEachMember(node, [&](const Node& member) {
         if (member.key != "size" && member.key != "raw") readField(member, record, 0, fields);
@@ -82,7 +82,7 @@ Bytes readRecord(const Node& node, std::optional<size_t> size, std::span<const F
 } // namespace
 
 // Pairs of hexadecimal digits; blanks may stand between pairs.
-Bytes readHex(const Node& node) {
+Bytes parseHex(const Node& node) {
     const std::string& text = readText(node);
     Bytes bytes;
     for (size_t i = 0; i < text.size();) {
@@ -93,18 +93,18 @@ Bytes readHex(const Node& node) {
         const int high = hexDigit(text[i]);
         const int low = i + 1 < text.size() ? hexDigit(text[i + 1]) : -1;
         if (high < 0 || low < 0) node.fail("must be pairs of hexadecimal digits");
-        bytes.push_back(static_cast<uint8_t>(high * 16 + low));
+        bytes.push_back(uint8_t(high * 16 + low));
         i += 2;
     }
     return bytes;
 }
 
-Bytes readRecord(const Node& node, const RecordLayout& layout) {
-    return readRecord(node, layout.size, layout.members);
+Bytes parseRecord(const Node& node, const RecordLayout& layout) {
+    return parseRecord(node, layout.size, layout.members);
 }
 
-Bytes readRecord(const Node& node) {
-    return readRecord(node, std::nullopt, {});
+Bytes parseRecord(const Node& node) {
+    return parseRecord(node, std::nullopt, {});
 }
 
 } // namespace sim

@@ -1,0 +1,17 @@
+#pragma once
+
+// Parses one RECORD of a machine file: named members, then raw bytes laid over them.
+
+#include "simulator/machine/machine.h"
+#include "simulator/machine/recordLayout.h"
+
+namespace sim {
+
+struct Node;
+
+Bytes parseRecord(const Node& node, const RecordLayout& layout);
+Bytes parseRecord(const Node& node); // no layout: it ends with the highest byte given
+
+Bytes parseHex(const Node& node);
+
+} // namespace sim
