@@ -81,6 +81,22 @@ TEST(StartLog, isAppendedToOrOverwrittenFromItsStart) {
     }
 }
 
+// As a parent without standard streams and mask starts it.
+TEST_F(Start, opensItsStreamsAndKeepsSignalsForTheMainThread) {
+    daemon.launchUnder({"/bin/sh", "-c", R"(umask 0; exec "$0" <&- >&- 2>&-)"});
+    daemon.runToPass(1);
+    const std::filesystem::path process = "/proc/" + std::to_string(daemon.pid());
+    for (const char* stream : {"0", "1", "2"})
+        EXPECT_EQ(std::filesystem::read_symlink(process / "fd" / stream), "/dev/null");
+    EXPECT_EQ(int(std::filesystem::status(daemon.path(DAEMON_LOG)).permissions()), 0644);
+    constexpr unsigned long long kept = 1ULL << (SIGTERM - 1) | 1ULL << (SIGINT - 1) | 1ULL << (SIGUSR1 - 1);
+    for (const auto& thread : std::filesystem::directory_iterator(process / "task")) {
+        const std::string status = fileText(thread.path() / "status");
+        const auto blocked = std::stoull(status.substr(status.find("SigBlk:") + 7), nullptr, 16) & kept;
+        EXPECT_EQ(blocked, thread.path().filename() == std::to_string(daemon.pid()) ? 0 : kept);
+    }
+}
+
 TEST_F(Start, runsWithoutALog) {
     std::filesystem::create_directory(daemon.path(DAEMON_LOG));
     daemon.runToPass(1);

@@ -1,12 +1,14 @@
 #include "daemon/base/logs.h"
 
 #include "daemon/logRotation.h"
+#include "platform/host.h"
 #include "tests/daemon/base/outputs.h"
 
 #include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <regex>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -70,6 +72,32 @@ TEST(RSTLog, isMadeWhenMissingAndSkippedWhenItCannotBe) {
     std::filesystem::create_directory(file);
     EXPECT_NE(logRST("skipped"), 0);
     std::filesystem::remove(file);
+}
+
+// Nobody can lock a FIFO: it tries three times, a second apart.
+TEST(RSTLog, waitsForItsLockTwice) {
+    const std::string file = below(RST_LOG_FILE);
+    std::filesystem::remove(file);
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    const int reader = open(file.c_str(), O_RDWR | O_CLOEXEC);
+    const HostTime before = hostTime();
+    EXPECT_EQ(logRST("skipped"), -1);
+    EXPECT_EQ(hostTime().seconds - before.seconds, 2);
+    close(reader);
+    std::filesystem::remove(file);
+}
+
+TEST(RSTLog, hasTheTimeOfAZoneThatWasChanged) {
+    const std::string zone = getenv("TZ") != nullptr ? getenv("TZ") : "";
+    std::string hours[2];
+    for (const char* changed : {"ABC-3", "ABC-5"}) {
+        setenv("TZ", changed, 1);
+        std::filesystem::remove(below(RST_LOG_FILE));
+        EXPECT_EQ(logRST("%s", changed), 0);
+        hours[changed[4] == '5'] = textOf(below(RST_LOG_FILE)).substr(11, 2);
+    }
+    EXPECT_EQ((std::stoi(hours[0]) + 2) % 24, std::stoi(hours[1]));
+    zone.empty() ? unsetenv("TZ") : setenv("TZ", zone.c_str(), 1);
 }
 
 TEST(Logs, startAfreshBeyond4GiB) {
