@@ -87,6 +87,13 @@ void addSummary(const Record& record, const Place& place, Severity explained, co
         problems.push_back(problemOf(kindName<Record>(), place, titleOf(record), verdict));
 }
 
+// A backplane that only blinks its lights has no page of states to sum up. Any other enclosure without elements has one
+// that could not be read.
+bool hasNoState(const Enclosure& enclosure) {
+    return enclosure.product == "SGPIO" && enclosure.status == "Unknown" && enclosure.fans.empty() &&
+           enclosure.powerSupplies.empty() && enclosure.sensors.empty();
+}
+
 struct Collector {
     template <class Record>
     Severity add(const Record& record, const Place& place) {
@@ -100,6 +107,7 @@ struct Collector {
         Severity worst = Severity::ok;
         visitEnclosure(adapter, enclosure,
                        [&](const auto& record, const Place& place) { worst = std::max(worst, add(record, place)); });
+        if (hasNoState(enclosure)) return;
         const Place place = {adapter, enclosure.number, {}};
         const size_t before = problems.size();
         addSummary(enclosure, place, worst, states, problems);
@@ -172,6 +180,25 @@ template Verdict judge(const PowerSupply&, const States&);
 template Verdict judge(const Sensor&, const States&);
 template Verdict judge(const Drive&, const States&);
 template Verdict judge(const Summary&, const States&);
+
+template <class Record>
+Severity severityOf(const Record& record, const States& states) {
+    if constexpr (std::is_same_v<Record, Enclosure>)
+        if (hasNoState(record)) return Severity::ok;
+    Severity worst = judge(record, states).severity;
+    for (const Field<Record>& field : fieldsOf<Record>())
+        if (field.use == Use::summary) worst = std::max(worst, judgeState(record, field, states).severity);
+    return worst;
+}
+
+template Severity severityOf(const Adapter&, const States&);
+template Severity severityOf(const Volume&, const States&);
+template Severity severityOf(const Battery&, const States&);
+template Severity severityOf(const Enclosure&, const States&);
+template Severity severityOf(const Fan&, const States&);
+template Severity severityOf(const PowerSupply&, const States&);
+template Severity severityOf(const Sensor&, const States&);
+template Severity severityOf(const Drive&, const States&);
 
 std::vector<Problem> findProblems(const Server& server, const States& states) {
     std::vector<Problem> problems;

@@ -38,6 +38,10 @@ struct Problem { // of one object
 template <class Record>
 Verdict judge(const Record& record, const States& states);
 
+// The same with what it sums up itself: of an adapter volumes and battery, of an enclosure its elements.
+template <class Record>
+Severity severityOf(const Record& record, const States& states);
+
 // The worst first, then drives and volumes, then in the order of the tree.
 std::vector<Problem> findProblems(const Server& server, const States& states);
 void sortProblems(std::vector<Problem>& problems);

@@ -66,8 +66,8 @@ class RecordWriter {
         if constexpr (requires { record.number; }) writer_.add("number", record.number);
         for (const Field<Record>& field : fieldsOf<Record>())
             std::visit([&](auto member) { addTold(field.key, record.*member); }, field.member);
-        if constexpr (!std::is_same_v<Record, Summary>)
-            writer_.add("severity", std::string(severityName(judge(record, states_).severity)));
+        if constexpr (!std::is_same_v<Record, Summary> && !std::is_same_v<Record, Processor>) // of others
+            writer_.add("severity", std::string(severityName(severityOf(record, states_))));
     }
     template <class Record>
     void list(const char* key, const std::vector<Record>& records) {

@@ -207,7 +207,8 @@ void Page::adapter(const Adapter& adapter) {
     const Verdict verdict = judge(adapter, states_);
     text_ += "<section aria-labelledby=\"" + id + "\">\n<h2 id=\"" + id + "\">Adapter " +
              std::to_string(adapter.number) + ": " + markupText(titleOf(adapter)) + "</h2>\n<p class=\"" +
-             severityName(verdict.severity) + "\">The adapter sums up: " + stateText(adapter, states_, verdict);
+             severityName(severityOf(adapter, states_)) +
+             "\">The adapter sums up: " + stateText(adapter, states_, verdict);
     for (const char* key : {"vendor", "serialNumber", "firmwareVersion", "memoryBytes", "temperatureCelsius"}) {
         const std::string shown = column<Adapter>(key, key).text(adapter);
         if (!shown.empty()) text_ += ", " + fieldTitle(key) + " " + markupText(shown);

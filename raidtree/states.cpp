@@ -118,9 +118,15 @@ States builtInStates() {
 }
 
 void extendStates(States& states, const std::string& path) {
-    std::ifstream stream(path, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(stream), {}};
-    if (!stream.is_open() || stream.bad()) refuse(path, strerror(errno));
+    std::string text;
+    try {
+        std::ifstream stream;
+        stream.exceptions(std::ios::badbit | std::ios::failbit);
+        stream.open(path, std::ios::binary);
+        text.assign(std::istreambuf_iterator<char>(stream), {});
+    } catch (const std::ios::failure&) { // its text says no more
+        refuse(path, strerror(errno));
+    }
     extend(states, text, path, false);
 }
 
