@@ -22,7 +22,7 @@ constexpr int FAILED = -1;
 // How many transactions were asked for under the present description.
 struct Transactions {
     std::mutex mutex;
-    std::shared_ptr<const sim::Machine> machine;
+    uint64_t reading = 0;
     size_t count = 0;
 };
 
@@ -31,8 +31,8 @@ int openTransaction(const std::shared_ptr<const sim::Machine>& machine) {
     static Transactions& transactions = *new Transactions; // outlives exit handlers
     const sim::NotCancelled guard;
     const std::lock_guard lock(transactions.mutex);
-    if (transactions.machine != machine) transactions.count = 0;
-    transactions.machine = machine;
+    if (transactions.reading != machine->reading) transactions.count = 0;
+    transactions.reading = machine->reading;
     const size_t number = transactions.count++;
     if (!machine->dqmi) return FAILED;
     const std::vector<bool>& opens = machine->dqmi->opens;

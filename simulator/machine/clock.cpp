@@ -61,6 +61,7 @@ struct RunningClock {
 };
 
 struct Clock {
+    int64_t start = 0; // seconds since 1970
     std::optional<RunningClock> running;
     VirtualClock* virtualClock = nullptr; // when there is no running one
 };
@@ -71,8 +72,8 @@ Clock makeClock() {
     const std::optional<int64_t> limit = secondsSetting("BMC_UNTIL");
     Clock clock;
     if (speed != nullptr && std::string(speed) == "max") {
-        clock.virtualClock = new VirtualClock(start.value_or(DEFAULT_VIRTUAL_START), limit, simulatorFile("clock"),
-                                              simulatorFile("until"));
+        clock.start = start.value_or(DEFAULT_VIRTUAL_START);
+        clock.virtualClock = new VirtualClock(clock.start, limit, simulatorFile("clock"), simulatorFile("until"));
         return clock;
     }
     clock.running.emplace();
@@ -82,6 +83,7 @@ Clock makeClock() {
         clock.running->start = start ? *start * 1000000 : microsecondsOf(CLOCK_REALTIME);
         clock.running->sourceStart = microsecondsOf(CLOCK_MONOTONIC);
     }
+    clock.start = clock.running->microseconds() / 1000000;
     return clock;
 }
 
@@ -97,6 +99,10 @@ ClockTime clockTime() {
     if (!clock.running) return {clock.virtualClock->now(), 0};
     const int64_t time = clock.running->microseconds();
     return {time / 1000000, int32_t(time % 1000000)};
+}
+
+int64_t secondsSinceStart() {
+    return clockTime().seconds - theClock().start;
 }
 
 unsigned clockSleep(unsigned seconds) {

@@ -16,6 +16,9 @@ struct ClockTime {
 // Safe in signal handlers after its first call.
 ClockTime clockTime();
 
+// Since the process first asked for the time.
+int64_t secondsSinceStart();
+
 // Returns early with the seconds left when a signal handler ran in the calling thread. A cancellation point.
 unsigned clockSleep(unsigned seconds);
 

@@ -121,10 +121,9 @@ class CallCounter {
         const std::shared_ptr<const Machine> machine = currentMachine();
         const std::lock_guard lock(mutex_);
         file_.show(++count_);
-        if (machine != machine_) {
-            machine_ = machine;
+        if (machine->reading != machine_->reading || machine->faults != machine_->faults)
             fitted_.assign(machine->faults.size(), 0);
-        }
+        machine_ = machine;
         FaultKind kind = FaultKind::none;
         for (size_t i = 0; i < fitted_.size(); ++i)
             if (applies(machine->faults[i], fitted_[i], name, arguments) && kind == FaultKind::none)
@@ -154,7 +153,7 @@ class CallCounter {
     std::mutex mutex_;
     CountFile file_;
     uint64_t count_ = 0;
-    std::shared_ptr<const Machine> machine_;
+    std::shared_ptr<const Machine> machine_ = std::make_shared<Machine>();
     std::vector<uint64_t> fitted_;
 };
 

@@ -68,7 +68,8 @@ inline void readMembers(const Node& node, std::initializer_list<MemberReader> re
 }
 
 inline uint64_t readUnsigned(const Node& node, uint64_t largest) {
-    if (!node.json.is_number_unsigned() || node.json.get<uint64_t>() > largest)
+    const bool isNegative = node.json.is_number_integer() && node.json < 0; // words of a timeline make signed ones
+    if (!node.json.is_number_integer() || isNegative || node.json.get<uint64_t>() > largest)
         node.fail("must be a whole number from 0 to " + std::to_string(largest));
     return node.json.get<uint64_t>();
 }

@@ -87,6 +87,8 @@ struct FaultRule {
     uint64_t nth = 1;
     std::optional<uint64_t> times; // nothing: for ever
     FaultKind kind = FaultKind::none;
+
+    bool operator==(const FaultRule&) const = default;
 };
 
 // What one call answers; answers.h says more.
@@ -109,6 +111,7 @@ struct Machine {
     std::map<int32_t, std::vector<std::string>> processes; // command lines by process id
     std::vector<FaultRule> faults;
     std::map<std::string, AnswerRules, std::less<>> answers; // by the function's name
+    uint64_t reading = 0; // of the file, counted from 1; what a timeline makes of it has the same
 };
 
 // The newest good description; a change of the file is seen at once. Never NULL.

@@ -343,8 +343,20 @@ Machine readWhole(const Node& node) {
                  {"dqmi", [&](const Node& n) { machine.dqmi = readDqmi(n); }},
                  {"processes", [&](const Node& n) { readProcesses(n, machine.processes); }},
                  {"faults", [&](const Node& n) { readFaults(n, machine.faults); }},
-                 {"answers", [&](const Node& n) { readAnswers(n, machine); }}});
+                 {"answers", [&](const Node& n) { readAnswers(n, machine); }},
+                 {"timeline", [](const Node&) {}}}); // read last, by readTimeline
     return machine;
+}
+
+std::unique_ptr<Timeline> readTimeline(const Node& file) {
+    std::unique_ptr<Timeline> timeline;
+    forEachMember(file, [&](const Node& member) {
+        if (member.key == "timeline" && !member.json.is_null())
+            timeline = std::make_unique<Timeline>(file, member, [](const Json& json) {
+                return std::make_unique<Machine>(readWhole(Node{json, nullptr, {}}));
+            });
+    });
+    return timeline;
 }
 
 // The JSON library keeps the last of several members of one name; here that would lose what was described.
@@ -396,7 +408,9 @@ MachineReading readMachine(std::string_view text) {
     MachineReading reading;
     try {
         const Json json = Json::parse(text, DuplicateFinder());
-        reading.machine = std::make_unique<Machine>(readWhole(Node{json, nullptr, {}}));
+        auto machine = std::make_unique<Machine>(readWhole(Node{json, nullptr, {}}));
+        reading.timeline = readTimeline(Node{json, nullptr, {}});
+        reading.machine = std::move(machine);
     } catch (const Json::parse_error& error) {
         reading.fault = lineAndColumn(text, error.byte) + ": " + bareText(error.what());
     } catch (const Json::exception& error) {

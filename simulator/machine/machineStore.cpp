@@ -23,7 +23,7 @@ struct FileText {
     FileIdentity identity;
 };
 
-FileText readFile(const std::string& path) {
+FileText textOf(const std::string& path) {
     FileText result;
     const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     struct stat status = {};
@@ -61,30 +61,41 @@ MachineStore& theStore() {
 
 } // namespace
 
-MachineStore::MachineStore(std::string path, std::function<void(const Machine&)> onChange)
-    : path_(std::move(path)), onChange_(std::move(onChange)), machine_(std::make_shared<Machine>()) {}
+MachineStore::MachineStore(std::string path, std::function<void(const Machine&)> onChange, int64_t (*seconds)())
+    : path_(std::move(path)), onChange_(std::move(onChange)), seconds_(seconds), machine_(std::make_shared<Machine>()) {
+}
 
 void MachineStore::refresh() {
-    if (looked_ && settled_ && identityOf(path_) == identity_) return;
     try {
-        FileText file = readFile(path_);
-        settled_ = isSettled(file.identity);
-        if (looked_ && file.identity == identity_ && file.text == text_) return;
-        looked_ = true;
-        identity_ = file.identity;
-        text_ = file.text;
-        MachineReading reading;
-        reading.fault = file.fault;
-        if (file.fault.empty()) reading = readMachine(file.text);
-        if (reading.machine != nullptr) {
-            onChange_(*reading.machine);
-            machine_ = std::move(reading.machine);
-        } else {
-            reportFault(path_ + ": " + reading.fault + "; the machine stays as it was");
-        }
+        if (!looked_ || !settled_ || identityOf(path_) != identity_) readFile();
+        if (timeline_ == nullptr) return;
+        const int64_t now = seconds_();
+        if (const std::optional<int64_t> next = timeline_->next(); next && *next <= now) put(timeline_->play(now));
     } catch (const std::exception&) { // no memory: the next call tries again
         looked_ = false;
     }
+}
+
+void MachineStore::readFile() {
+    FileText file = textOf(path_);
+    settled_ = isSettled(file.identity);
+    if (looked_ && file.identity == identity_ && file.text == text_) return;
+    looked_ = true;
+    identity_ = file.identity;
+    text_ = file.text;
+    MachineReading reading;
+    reading.fault = file.fault;
+    if (file.fault.empty()) reading = readMachine(file.text);
+    if (reading.machine == nullptr) return reportFault(path_ + ": " + reading.fault + "; the machine stays as it was");
+    ++reading_;
+    timeline_ = std::move(reading.timeline);
+    put(std::move(reading.machine));
+}
+
+void MachineStore::put(std::unique_ptr<Machine> machine) {
+    machine->reading = reading_;
+    onChange_(*machine);
+    machine_ = std::move(machine);
 }
 
 std::shared_ptr<const Machine> MachineStore::current() {

@@ -1,0 +1,163 @@
+#include "simulator/machine/timeline.h"
+
+#include "simulator/machine/duration.h"
+#include "simulator/machine/jsonNode.h"
+#include "simulator/words/words.h"
+
+#include <algorithm>
+#include <sstream>
+
+namespace sim {
+
+struct Timeline::Step {
+    std::string path; // of the entry in the file
+    int64_t at = -1;
+    int64_t every = 0;
+    uint64_t times = 1;
+    std::vector<std::string> words;
+    Json sets = Json::object(); // values by pointers
+};
+
+namespace {
+
+constexpr uint64_t MOST_MOMENTS = 10000;
+
+int64_t readTime(const Node& node) {
+    const std::optional<int64_t> seconds = parseDuration(readText(node));
+    if (!seconds) node.fail(R"(must be a time, such as "00:07:00" or "7min")");
+    return *seconds;
+}
+
+std::vector<std::string> readWords(const Node& node) {
+    std::istringstream text(readText(node));
+    std::vector<std::string> words{std::istream_iterator<std::string>(text), {}};
+    if (words.empty()) node.fail("has no words");
+    return words;
+}
+
+Json readSets(const Node& node) {
+    forEachMember(node, [](const Node& member) {
+        if (member.key.empty() || member.key.front() != '/')
+            member.fail("the name must be a JSON pointer, such as /controllers/0/batteryStatus");
+    });
+    return node.json;
+}
+
+std::string unescaped(std::string name) {
+    for (size_t i = name.find('~'); i != std::string::npos; i = name.find('~', i + 1))
+        if (i + 1 < name.size() && (name[i + 1] == '0' || name[i + 1] == '1'))
+            name.replace(i, 2, name[i + 1] == '0' ? "~" : "/");
+    return name;
+}
+
+// The place that a name means below a value; a member that is missing and the element behind the last are made. NULL:
+// there is none.
+Json* childOf(Json& parent, const std::string& name) {
+    if (parent.is_null()) parent = name == "-" ? Json::array() : Json::object();
+    if (parent.is_object()) return &parent[name];
+    if (!parent.is_array()) return nullptr;
+    size_t index = parent.size();
+    const char* end = name.data() + name.size();
+    const auto [stop, error] = std::from_chars(name.data(), end, index);
+    if (name != "-" && (error != std::errc() || stop != end || index > parent.size())) return nullptr;
+    if (index == parent.size()) parent.push_back(nullptr);
+    return &parent[index];
+}
+
+// The fault; empty: it is set.
+std::string setValue(Json& file, const std::string& pointer, const Json& value) {
+    Json* place = &file;
+    for (size_t start = 1, end = 0; end != std::string::npos; start = end + 1) {
+        end = pointer.find('/', start);
+        const std::string name = unescaped(pointer.substr(start, end - start));
+        Json* child = childOf(*place, name);
+        if (child == nullptr)
+            return place->is_array() ? "no element " + name + " in a list of " + std::to_string(place->size())
+                                     : "nothing can be below " + pointer.substr(0, start - 1);
+        place = child;
+    }
+    *place = value;
+    return {};
+}
+
+} // namespace
+
+Timeline::Timeline(const Node& file, const Node& member, MachineOf machineOf) : machineOf_(std::move(machineOf)) {
+    forEachElement(member, MOST_MOMENTS, [&](const Node& entry) {
+        Step step;
+        step.path = entry.path();
+        bool isRepeated = false;
+        readMembers(entry, {{"at", [&](const Node& n) { step.at = readTime(n); }},
+                            {"every", [&](const Node& n) { step.every = readTime(n); }},
+                            {"times",
+                             [&](const Node& n) {
+                                 step.times = readUnsigned(n, MOST_MOMENTS);
+                                 isRepeated = true;
+                             }},
+                            {"do", [&](const Node& n) { step.words = readWords(n); }},
+                            {"set", [&](const Node& n) { step.sets = readSets(n); }}});
+        if (step.at < 0) entry.fail(R"(has no time ("at"))");
+        if (step.words.empty() && step.sets.empty()) entry.fail(R"(has neither words ("do") nor values ("set"))");
+        if (isRepeated != (step.every > 0)) entry.fail(R"("every" and "times" come together, and are more than 0)");
+        for (uint64_t i = 0; i < step.times; ++i)
+            moments_.push_back({step.at + int64_t(i) * step.every, steps_.size()});
+        if (moments_.size() > MOST_MOMENTS)
+            entry.fail("there are more than " + std::to_string(MOST_MOMENTS) + " steps");
+        steps_.push_back(std::move(step));
+    });
+    std::stable_sort(moments_.begin(), moments_.end(), [](const Moment& a, const Moment& b) { return a.at < b.at; });
+    file_ = std::make_unique<Json>(file.json);
+    file_->erase("timeline");
+    tryAll();
+}
+
+Timeline::~Timeline() = default;
+
+void Timeline::apply(Json& file, const Step& step) const {
+    for (const auto& [pointer, value] : step.sets.items())
+        if (const std::string fault = setValue(file, pointer, value); !fault.empty())
+            throw DoesNotFit{step.path + "/set", pointer + ": " + fault};
+    if (step.words.empty()) return;
+    const WordResult result = applyWords(file, step.words);
+    if (!result.error.empty()) throw DoesNotFit{step.path + "/do", result.error};
+}
+
+// Each moment must leave a machine.
+void Timeline::tryAll() const {
+    Json file = *file_;
+    for (size_t i = 0; i < moments_.size(); ++i) {
+        const Step& step = steps_[moments_[i].step];
+        apply(file, step);
+        if (i + 1 < moments_.size() && moments_[i + 1].at == moments_[i].at) continue;
+        try {
+            machineOf_(file);
+        } catch (const DoesNotFit& fault) {
+            throw DoesNotFit{step.path, "leaves a machine that does not fit: " + fault.path + ": " + fault.text};
+        }
+    }
+}
+
+std::optional<int64_t> Timeline::next() const {
+    if (played_ == moments_.size()) return {};
+    return moments_[played_].at;
+}
+
+std::unique_ptr<Machine> Timeline::play(int64_t second) {
+    for (; played_ < moments_.size() && moments_[played_].at <= second; ++played_)
+        apply(*file_, steps_[moments_[played_].step]);
+    return machineOf_(*file_);
+}
+
+std::vector<std::pair<int64_t, std::string>> Timeline::plan() const {
+    std::vector<std::pair<int64_t, std::string>> plan;
+    for (const Moment& moment : moments_) {
+        std::string text;
+        for (const auto& [pointer, value] : steps_[moment.step].sets.items())
+            text += (text.empty() ? "set " : ", ") + pointer;
+        for (const std::string& word : steps_[moment.step].words) text += (text.empty() ? "" : " ") + word;
+        plan.emplace_back(moment.at, text);
+    }
+    return plan;
+}
+
+} // namespace sim
