@@ -1,5 +1,6 @@
 // bmcsim: what a tester does to the described machine, and what it is now.
 
+#include "simulator/bmcsim/commands.h"
 #include "simulator/bmcsim/machineFile.h"
 #include "simulator/replay/machineCommand.h"
 #include "simulator/words/words.h"
@@ -20,21 +21,12 @@ namespace {
 constexpr int WRONG_WORD = 2;
 constexpr int FAULTY_MACHINE = 3;
 
-struct Settings {
-    std::string root;
-    std::string file;
+struct Settings : sim::Places {
     std::string topic;
     std::string pointer;
     std::string value;
 
     unsigned patience = 600; // seconds
-
-    std::string directory() const {
-        const char* fromEnvironment = getenv("BMC_ROOT");
-        if (!root.empty()) return root;
-        return fromEnvironment != nullptr ? fromEnvironment : "bmc";
-    }
-    std::string machine() const { return file.empty() ? directory() + "/machine.json" : file; }
 };
 
 void print(const std::vector<std::string>& lines) {
@@ -106,6 +98,20 @@ int wait(const Settings& settings) {
     return 1;
 }
 
+} // namespace
+
+std::string sim::Places::directory() const {
+    const char* fromEnvironment = getenv("BMC_ROOT");
+    if (!root.empty()) return root;
+    return fromEnvironment != nullptr ? fromEnvironment : BMC_OF_RUN;
+}
+
+std::string sim::Places::machine() const {
+    return file.empty() ? directory() + "/machine.json" : file;
+}
+
+namespace {
+
 int run(int argc, char** argv) {
     CLI::App app("Shows and changes the server that the daemon sees on a workstation.", "bmcsim");
     Settings settings;
@@ -134,6 +140,8 @@ int run(int argc, char** argv) {
     CLI::App* waitCommand = app.add_subcommand("wait", "until the next update is over: bmcsim wait --timeout 60");
     waitCommand->add_option("--timeout", settings.patience, "seconds, otherwise 600; exit status 1");
     sim::addMachineCommand(app);
+    sim::addFaultCommand(app, settings);
+    sim::addLogCommand(app, settings);
 
     try {
         app.parse(argc, argv);
@@ -142,7 +150,7 @@ int run(int argc, char** argv) {
         if (command == "get") return get(settings);
         if (command == "set") return set(settings);
         if (command == "wait") return wait(settings);
-        if (command == "machine") return 0; // done while the words were read
+        if (command == "machine" || command == "fault" || command == "log") return 0; // done while they were read
         words.insert(words.begin(), command);
         return applyAndStore(settings, words);
     } catch (const CLI::RuntimeError& error) {
