@@ -4,6 +4,7 @@
 
 #include "simulator/machine/call.h"
 #include "simulator/machine/machine.h"
+#include "simulator/machine/now.h"
 #include "simulator/machine/root.h"
 
 #include <algorithm>
@@ -21,6 +22,8 @@ constexpr uint8_t AGENTS_NET_FN = 0xB8;
 constexpr uint8_t AGENTS_COMMAND = 0x02;
 constexpr uint32_t AGENTS_REQUEST_LENGTH = 4;
 constexpr uint8_t AGENTS_REQUEST_END = 0x08;
+
+constexpr uint16_t UPDATE_SWITCH = 11054; // is read at the beginning of each update, and then alone
 
 constexpr int DONE = 1;
 constexpr int NOT_DONE = 0;
@@ -126,6 +129,7 @@ LCMParamEntry* makeTable(std::span<const sim::ParameterValue> values, const sim:
 } // namespace
 
 int LCMconfigSpaceRead(uint16_t id, uint16_t index, void* buffer, uint32_t length) {
+    if (id == UPDATE_SWITCH) sim::publishUpdate();
     return sim::call("LCMconfigSpaceRead", {id, index, length}, NOT_DONE, {buffer, length}, [&] {
         size_t copied = 0;
         return readItem(id, buffer, length, copied) ? sim::Answer<int>{DONE, {buffer, copied}}

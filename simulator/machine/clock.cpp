@@ -1,5 +1,6 @@
 #include "simulator/machine/clock.h"
 
+#include "simulator/machine/now.h"
 #include "simulator/machine/root.h"
 #include "simulator/machine/virtualClock.h"
 
@@ -105,7 +106,12 @@ int64_t secondsSinceStart() {
     return clockTime().seconds - theClock().start;
 }
 
+double clockSpeed() {
+    return theClock().running ? theClock().running->speed : 0;
+}
+
 unsigned clockSleep(unsigned seconds) {
+    publishTime();
     const Clock& clock = theClock();
     return clock.running ? clock.running->sleep(seconds) : clock.virtualClock->sleep(seconds);
 }

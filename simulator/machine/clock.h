@@ -19,6 +19,9 @@ ClockTime clockTime();
 // Since the process first asked for the time.
 int64_t secondsSinceStart();
 
+// How many times as fast as real time; 0: virtual.
+double clockSpeed();
+
 // Returns early with the seconds left when a signal handler ran in the calling thread. A cancellation point.
 unsigned clockSleep(unsigned seconds);
 

@@ -1,6 +1,8 @@
 #include "simulator/machine/machineStore.h"
 
+#include "simulator/machine/log.h"
 #include "simulator/machine/machineReader.h"
+#include "simulator/machine/now.h"
 #include "simulator/machine/processes.h"
 
 #include <algorithm>
@@ -86,8 +88,12 @@ void MachineStore::readFile() {
     MachineReading reading;
     reading.fault = file.fault;
     if (file.fault.empty()) reading = readMachine(file.text);
-    if (reading.machine == nullptr) return reportFault(path_ + ": " + reading.fault + "; the machine stays as it was");
-    ++reading_;
+    const bool wasRefused = std::exchange(isRefused_, reading.machine == nullptr);
+    publishFile(!isRefused_);
+    const char* left =
+        reading_ == 0 ? "; the machine is empty until this is corrected" : "; the machine stays as it was";
+    if (isRefused_) return reportFault(path_ + ": " + reading.fault + left);
+    if (reading_++ > 0 || wasRefused) reportNews(path_ + " has been taken over");
     timeline_ = std::move(reading.timeline);
     put(std::move(reading.machine));
 }

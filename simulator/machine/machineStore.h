@@ -38,6 +38,7 @@ class MachineStore {
     FileIdentity identity_;
     std::string text_; // of the file as it was last read
     bool settled_ = false;
+    bool isRefused_ = false;
     uint64_t reading_ = 0;
     std::shared_ptr<const Machine> machine_;
     std::unique_ptr<Timeline> timeline_; // NULL: the machine does not change by itself

@@ -1,5 +1,6 @@
 #include "simulator/machine/processes.h"
 
+#include "simulator/machine/log.h"
 #include "simulator/machine/root.h"
 
 #include <filesystem>

@@ -1,7 +1,5 @@
 #include "simulator/machine/root.h"
 
-#include "simulator/machine/clock.h"
-
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -87,12 +85,6 @@ bool replaceFile(const std::string& path, std::string_view text) {
     if (descriptor < 0) return false;
     const bool written = writeAll(descriptor, text);
     return close(descriptor) == 0 && written && rename(fresh.c_str(), path.c_str()) == 0;
-}
-
-void reportFault(const std::string& text) {
-    const NotCancelled guard;
-    writeAll(STDERR_FILENO, "simulator: " + text + "\n");
-    appendToSimulatorFile("log", std::to_string(clockTime().seconds) + " " + text + "\n");
 }
 
 void refuseToStart(const std::string& text) {

@@ -25,9 +25,6 @@ void appendToSimulatorFile(std::string_view name, std::string_view text);
 // The whole file or none of it, by rename; false when it cannot be written.
 bool replaceFile(const std::string& path, std::string_view text);
 
-// On standard error and in simulator/log.
-void reportFault(const std::string& text);
-
 // Ends the process with status 2: it was started with settings that cannot be used.
 [[noreturn]] void refuseToStart(const std::string& text);
 

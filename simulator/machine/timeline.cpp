@@ -113,10 +113,10 @@ Timeline::Timeline(const Node& file, const Node& member, MachineOf machineOf) : 
 
 Timeline::~Timeline() = default;
 
-void Timeline::apply(Json& file, const Step& step) const {
+void Timeline::apply(Json& file, const Step& step) {
     for (const auto& [pointer, value] : step.sets.items())
         if (const std::string fault = setValue(file, pointer, value); !fault.empty())
-            throw DoesNotFit{step.path + "/set", pointer + ": " + fault};
+            throw DoesNotFit{step.path + "/set", std::string(pointer).append(": ").append(fault)};
     if (step.words.empty()) return;
     const WordResult result = applyWords(file, step.words);
     if (!result.error.empty()) throw DoesNotFit{step.path + "/do", result.error};

@@ -46,7 +46,7 @@ class Timeline {
         size_t step;
     };
 
-    void apply(nlohmann::ordered_json& file, const Step& step) const;
+    static void apply(nlohmann::ordered_json& file, const Step& step);
     void tryAll() const;
 
     std::vector<Step> steps_;

@@ -3,6 +3,9 @@
 
 #include "simulator/machine/virtualClock.h"
 
+#include "simulator/machine/log.h"
+#include "simulator/machine/now.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
@@ -189,6 +192,7 @@ void VirtualClock::passTurn() {
             return;
         }
         now_ = sleeper.wakeTime;
+        publishTime();
     }
     goOn();
     running_ = &sleeper;
@@ -199,6 +203,7 @@ void VirtualClock::stand() {
     now_ = std::max(now(), *limit_);
     if (standing_) return;
     standing_ = true;
+    publishStanding(true); // it is told before the other file says so
     if (!replaceFile(statusFile_, "standing")) reportFault("cannot write " + statusFile_);
     for (const auto& sleeper : sleepers_) eventfd_write(sleeper->wakeUp, 1); // they now watch the limit file
 }
@@ -207,6 +212,7 @@ void VirtualClock::goOn() {
     if (!standing_) return;
     standing_ = false;
     unlink(statusFile_.c_str());
+    publishStanding(false);
 }
 
 void VirtualClock::readLimitFile() {

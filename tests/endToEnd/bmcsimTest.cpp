@@ -142,7 +142,9 @@ TEST_F(Bmcsim, aPulledDriveLeavesTheTree) {
     daemon.runToPass(1 + UPDATE);
     EXPECT_EQ(drive(8), "");
     EXPECT_EQ(volume(), "Degraded");
-    EXPECT_EQ(daemon.read("simulator/log"), "");
+    EXPECT_EQ(daemon.read("simulator/log"), "2108-01-01 00:01:00 " +
+                                                std::filesystem::canonical(daemon.path("machine.json")).string() +
+                                                " has been taken over\n");
 }
 
 TEST_F(Bmcsim, wrongWordsAndFaultyMachinesChangeNothing) {

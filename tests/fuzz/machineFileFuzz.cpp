@@ -1,9 +1,9 @@
 // Whatever the machine file holds: it is read whole, or it is refused in one line and the last good machine stays.
 
+#include "simulator/machine/log.h"
 #include "simulator/machine/machineReader.h"
 #include "simulator/machine/machineStore.h"
 #include "simulator/machine/recordLayout.h"
-#include "simulator/machine/root.h"
 #include "tests/fuzz/fuzz.h"
 
 #include <fstream>

@@ -1,0 +1,13 @@
+#pragma once
+
+// simulator/log: what people must know of the described machine, a line each: the machine's time (UTC), the text. Bytes
+// that are no UTF-8, and control characters, become \xNN there.
+
+#include <string>
+
+namespace sim {
+
+void reportFault(const std::string& text); // on standard error as well
+void reportNews(const std::string& text);  // what went well
+
+} // namespace sim
