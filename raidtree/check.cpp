@@ -93,7 +93,8 @@ std::string performanceData(const Report& report, const States& states, const Ch
 }
 
 CheckResult result(CheckState state, const std::string& headline, const std::string& data, const std::string& details) {
-    std::string text = std::string("RAID ") + STATE_NAMES[state] + " - " + withoutBars(headline);
+    std::string text =
+        std::string("RAID ") + STATE_NAMES.at(static_cast<size_t>(state)) + " - " + withoutBars(headline);
     if (!data.empty()) text += " | " + data;
     return {state, text + "\n" + withoutBars(details)};
 }

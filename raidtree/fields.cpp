@@ -250,6 +250,7 @@ std::string valueText(const Real& value, std::string_view key) {
 } // namespace
 
 // clang-format off
+// NOLINTBEGIN(bugprone-macro-parentheses): a type
 #define KIND(Record, kind, table)                                                                                      \
     template <> const char* kindName<Record>() { return kind; }                                                        \
     template <> std::span<const Field<Record>> fieldsOf<Record>() { return table; }                                    \
@@ -267,6 +268,7 @@ KIND(Sensor, "sensor", SENSOR_FIELDS)
 KIND(Drive, "drive", DRIVE_FIELDS)
 KIND(Summary, "tree", SUMMARY_FIELDS)
 #undef KIND
+// NOLINTEND(bugprone-macro-parentheses)
 // clang-format on
 
 std::string fieldTitle(const char* key) {

@@ -50,7 +50,7 @@ class Page {
                const std::vector<Column<Record>>& columns) {
         if (records.empty()) return;
         const std::string id = identifier(labelOf(kindName<Record>(), place)) + "-table";
-        text_ += "<div class=\"table\" role=\"region\" tabindex=\"0\" aria-labelledby=\"" + id +
+        text_ += R"(<div class="table" role="region" tabindex="0" aria-labelledby=")" + id +
                  "\"><table><caption id=\"" + id + "\">" + caption +
                  "</caption>\n<thead><tr><th scope=\"col\">Number</th><th scope=\"col\">State</th>";
         for (const Column<Record>& column : columns)
@@ -60,7 +60,7 @@ class Page {
             const Verdict verdict = judge(record, states_);
             const Place own = {place.adapter, place.enclosure, record.number};
             text_ += "<tr id=\"" + identifier(labelOf(kindName<Record>(), own)) + "\" class=\"" +
-                     severityName(verdict.severity) + "\"><th scope=\"row\">" + std::to_string(record.number) +
+                     severityName(verdict.severity) + R"("><th scope="row">)" + std::to_string(record.number) +
                      "</th><td>" + stateText(record, states_, verdict) + "</td>";
             for (const Column<Record>& column : columns) text_ += "<td>" + markupText(column.text(record)) + "</td>";
             text_ += "</tr>\n";
@@ -147,7 +147,7 @@ void Page::bay(const Adapter& adapter, const Drive& drive) {
 // Slots below the highest one that is told and without a drive are drawn as what they are: nothing is told of them.
 void Page::bays(const Adapter& adapter, const std::vector<const Drive*>& drives, const std::string& name) {
     if (drives.empty()) return;
-    text_ += "<ol class=\"bays\" aria-label=\"Bays of " + markupText(name) + "\">\n";
+    text_ += R"(<ol class="bays" aria-label="Bays of )" + markupText(name) + "\">\n";
     int64_t next = 0;
     for (const Drive* drive : drives) {
         if (drive->slot && *drive->slot < MOST_EMPTY_BAYS)

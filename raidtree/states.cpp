@@ -45,7 +45,7 @@ Meaning readMeaning(const Json& object, const std::string& at) {
     checkMembers(object, {"severity", "says", "short"}, at);
     const std::string name = textIn(object, "severity", at);
     const auto* const severity = std::find(SEVERITY_NAMES.begin(), SEVERITY_NAMES.end(), name);
-    if (severity == SEVERITY_NAMES.end()) refuse(at, "\"severity\" is ok, info, warning or critical");
+    if (severity == SEVERITY_NAMES.end()) refuse(at, R"("severity" is ok, info, warning or critical)");
     return {Severity(severity - SEVERITY_NAMES.begin()), textIn(object, "says", at), textIn(object, "short", at), true};
 }
 
@@ -67,7 +67,7 @@ void extend(States& states, const std::string& text, const std::string& name, bo
     checkMembers(document, {"states", "limits"}, name);
     const Json all = document.value("states", Json::object());
     const Json limits = document.value("limits", Json::object());
-    if (!all.is_object() || !limits.is_object()) refuse(name, "\"states\" and \"limits\" are objects");
+    if (!all.is_object() || !limits.is_object()) refuse(name, R"("states" and "limits" are objects)");
     for (const auto& [field, texts] : all.items()) {
         const std::string at = name + ": " + cleanText(field);
         if (!bringsNames && !states.texts.contains(field)) refuse(at, "no state has this name");

@@ -29,7 +29,8 @@ std::vector<std::pair<std::string, std::string>> readDocuments() {
         const std::string name = entry.path().stem();
         if (entry.path().extension() == ".xml") all.emplace_back(name, text);
         // Behind each "==== document" one that the daemon wrote.
-        constexpr std::string_view MARK = "==== document\n", LAST = "</QPRaidStorageDeviceTree>\n";
+        constexpr std::string_view MARK = "==== document\n";
+        constexpr std::string_view LAST = "</QPRaidStorageDeviceTree>\n";
         for (size_t at = text.find(MARK); at != std::string::npos; at = text.find(MARK, at + 1)) {
             const size_t from = at + MARK.size();
             const size_t end = text.find(LAST, from);

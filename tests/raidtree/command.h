@@ -15,12 +15,13 @@ struct Output {
 
 // A directory of its own for each test, removed at its end. Names of files without a slash are of this directory.
 class Raidtree : public testing::Test {
-  protected:
+  public:
     Raidtree();
     ~Raidtree() override;
     Raidtree(const Raidtree&) = delete;
     Raidtree& operator=(const Raidtree&) = delete;
 
+  protected:
     std::string write(const std::string& name, const std::string& text) const; // its path
     std::string path(const std::string& name) const { return folder_ + "/" + name; }
     Output run(const std::string& arguments, const std::string& input = "/dev/null") const;

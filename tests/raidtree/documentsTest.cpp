@@ -181,7 +181,7 @@ TEST(RaidtreeDocuments, metricsAreOneHotAndStandTogether) {
             EXPECT_TRUE(seen.insert(line.substr(0, end)).second) << "twice: " << line;
             const size_t state = line.find("state=\"");
             if (state != std::string::npos && !family.ends_with("_info"))
-                hot[line.substr(0, state)] += line[end + 1] == '1';
+                hot[line.substr(0, state)] += line[end + 1] == '1' ? 1 : 0;
         }
         for (const auto& [series, count] : hot) EXPECT_EQ(count, 1) << series;
     });
@@ -190,7 +190,8 @@ TEST(RaidtreeDocuments, metricsAreOneHotAndStandTogether) {
 // The page as the elements and attributes that it has, without texts and without values that are texts.
 std::string markupOf(const std::string& page) {
     std::string markup;
-    const std::regex tag("<[^>]*>"), texts("(aria-label|class)=\"[^\"]*\"");
+    const std::regex tag("<[^>]*>");
+    const std::regex texts(R"re((aria-label|class)="[^"]*")re");
     for (std::sregex_iterator i(page.begin(), page.end(), tag), end; i != end; ++i)
         markup += std::regex_replace(i->str(), texts, "$1");
     return markup;
