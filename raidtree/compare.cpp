@@ -113,6 +113,10 @@ void compareDrives(const Server& before, const Server& now, Comparison& comparis
         return bay.empty() ? bay : std::to_string(*drive.place.adapter) + " " + bay;
     };
     matchDrives(old, current, comparison, bayKey);
+    // Two that say the same of themselves stay apart by their numbers.
+    matchDrives(old, current, comparison, [](const DriveObject& drive) {
+        return labelOf("drive", drive.place) + " " + bayOf(*drive.record) + " " + drive.record->serialNumber;
+    });
     for (const DriveObject& drive : old) comparison.compare(drive, DriveObject{});
     for (const DriveObject& drive : current) comparison.compare(DriveObject{}, drive);
 }

@@ -160,7 +160,7 @@ Verdict judge(const Record& record, const States& states) {
     }
     if (told == 0 && notTold > 0) {
         std::erase_if(verdict.findings, [](const Finding& f) { return f.says.ends_with("not told"); });
-        verdict.add({Severity::warning, "status", "state not told"});
+        verdict.add({Severity::warning, "status", "state not told", true});
     }
     if constexpr (std::is_same_v<Record, Sensor>) judgeLimits(record, verdict);
     if constexpr (std::is_same_v<Record, Drive>) judgeCounters(record, verdict);
