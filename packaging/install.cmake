@@ -20,7 +20,7 @@ foreach(service ${SERVICE_FILES})
 endforeach()
 
 install(CODE "if(NOT CMAKE_INSTALL_PREFIX STREQUAL \"${CMAKE_INSTALL_PREFIX}\")
-    message(FATAL_ERROR \"the prefix is ${CMAKE_INSTALL_PREFIX}: the process monitor starts ${registered}\")
+    message(FATAL_ERROR \"\${CMAKE_INSTALL_PREFIX}: the process monitor is told to restart ${registered}; use DESTDIR\")
 endif()" COMPONENT daemon)
 install(TARGETS ZEB_MIRA_Update DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT daemon)
 install(FILES docs/man/ZEB_MIRA_Update.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT daemon)
