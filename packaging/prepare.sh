@@ -19,6 +19,7 @@ build   command  xmllint                 libxml2-utils
 build   command  readelf                 binutils
 test    command  /usr/sbin/snmpd         snmpd
 test    command  snmpget                 snmp
+test    file     /usr/lib/python3/dist-packages/jsonschema/__init__.py python3-jsonschema
 checks  command  git                     git
 checks  command  strace                  strace
 checks  command  promtool                prometheus

@@ -17,6 +17,8 @@ struct Places {
     std::string machine() const;
 };
 
+void addCheckCommand(CLI::App& app); // "check" and "schema"
+
 // Both outlive the parsing.
 void addFaultCommand(CLI::App& app, const Places& places);
 void addLogCommand(CLI::App& app, const Places& places);

@@ -37,12 +37,19 @@ void writeText(const std::string& path, const std::string& text, mode_t mode) {
     throw std::runtime_error(path + ": " + strerror(error));
 }
 
+std::string describeAll(const std::string& path, const MachineReading& reading) {
+    std::string text;
+    for (const std::string& line : describeMistakes(path, reading.mistakes, 10))
+        text += (text.empty() ? "" : "\n") + line;
+    return text;
+}
+
 } // namespace
 
 nlohmann::ordered_json loadMachine(const std::string& path) {
     const std::string text = readText(path);
     const MachineReading reading = readMachine(text);
-    if (reading.machine == nullptr) throw std::runtime_error(path + ": " + reading.fault);
+    if (reading.machine == nullptr) throw std::runtime_error(describeAll(path, reading));
     return nlohmann::ordered_json::parse(text);
 }
 
@@ -51,7 +58,7 @@ void storeMachine(const std::string& path, const nlohmann::ordered_json& machine
     const std::string text = machine.dump(2) + "\n";
     // What the daemon would refuse does not get into its file.
     const MachineReading reading = readMachine(text);
-    if (reading.machine == nullptr) throw std::runtime_error(path + ": not changed: " + reading.fault);
+    if (reading.machine == nullptr) throw std::runtime_error("not changed: " + describeAll(path, reading));
     struct stat status = {};
     if (stat(target.c_str(), &status) != 0) throw std::runtime_error(path + ": " + strerror(errno));
     const mode_t mode = status.st_mode & 0777;

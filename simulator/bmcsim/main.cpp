@@ -140,6 +140,7 @@ int run(int argc, char** argv) {
     CLI::App* waitCommand = app.add_subcommand("wait", "until the next update is over: bmcsim wait --timeout 60");
     waitCommand->add_option("--timeout", settings.patience, "seconds, otherwise 600; exit status 1");
     sim::addMachineCommand(app);
+    sim::addCheckCommand(app);
     sim::addFaultCommand(app, settings);
     sim::addLogCommand(app, settings);
 
@@ -150,7 +151,8 @@ int run(int argc, char** argv) {
         if (command == "get") return get(settings);
         if (command == "set") return set(settings);
         if (command == "wait") return wait(settings);
-        if (command == "machine" || command == "fault" || command == "log") return 0; // done while they were read
+        for (const char* done : {"machine", "check", "schema", "fault", "log"}) // while they were read
+            if (command == done) return 0;
         words.insert(words.begin(), command);
         return applyAndStore(settings, words);
     } catch (const CLI::RuntimeError& error) {

@@ -2,7 +2,7 @@
 
 #include "simulator/machine/answers.h"
 #include "simulator/machine/faults.h"
-#include "simulator/machine/jsonNode.h"
+#include "simulator/machine/faultsReader.h"
 #include "simulator/machine/recordParser.h"
 
 #include <cmath>
@@ -11,12 +11,6 @@ namespace sim {
 namespace {
 
 constexpr size_t MOST_ARGUMENTS = 128;
-
-const LibraryCall& readCall(const Node& node) {
-    const LibraryCall* call = findLibraryCall(readText(node));
-    if (call == nullptr) node.fail("there is no library function \"" + readText(node) + "\"");
-    return *call;
-}
 
 // In a record each byte of a text is the character of the same number.
 std::string bytesOfText(const Node& node) {
@@ -62,33 +56,63 @@ bool canBeAnswered(const LibraryCall& call) {
     return call.result != CallResult::session && call.result != CallResult::table;
 }
 
-void readAnswer(const Node& node, Machine& machine) {
-    const LibraryCall* call = nullptr;
+struct AnswerRead {
+    const LibraryCall* call;
     std::string arguments;
     AnswerRule rule;
+};
+
+const MemberTable<AnswerRead>& answerMembers() {
+    static const MemberTable<AnswerRead> table = {
+        {"call", "The library function.", [](const Node&, AnswerRead&) {}, textForm().schema},
+        {"args", "Its arguments, as a record of calls has them.",
+         [](const Node& node, AnswerRead& answer) {
+             forEachElement(node, MOST_ARGUMENTS, [&](const Node& argument) {
+                 answer.arguments += (argument.index > 0 ? ", " : "") + argumentText(argument);
+             });
+         },
+         [] {
+             const Json argument = {{"type", Json::array({"integer", "string", "null"})}};
+             return Json{{"type", "array"}, {"maxItems", MOST_ARGUMENTS}, {"items", argument}};
+         }},
+        {"result", "What it returns: a text, or a number of 32 bits.",
+         [](const Node& node, AnswerRead& answer) { readResult(node, answer.call->result, answer.rule); },
+         [] {
+             return Json{{"type", Json::array({"number", "string"})}};
+         }},
+        {"out", "Bytes for the caller's buffer.",
+         [](const Node& node, AnswerRead& answer) { answer.rule.output = parseHex(node); }, hexSchema},
+    };
+    return table;
+}
+
+void readAnswer(const Node& node, std::map<std::string, AnswerRules, std::less<>>& answers) {
+    AnswerRead answer{nullptr, {}, {}};
     // The others are understood by the function that is asked.
-    if (node.json.is_object() && node.json.contains("call")) call = &readCall({node.json["call"], &node, "call"});
-    if (call == nullptr) node.fail("has no call");
-    if (!canBeAnswered(*call)) node.fail(std::string(call->name) + " hands out more than an answer can say");
-    readMembers(node, {{"call", [](const Node&) {}},
-                       {"args",
-                        [&](const Node& n) {
-                            forEachElement(n, MOST_ARGUMENTS, [&](const Node& argument) {
-                                arguments += (argument.index > 0 ? ", " : "") + argumentText(argument);
-                            });
-                        }},
-                       {"result", [&](const Node& n) { readResult(n, call->result, rule); }},
-                       {"out", [&](const Node& n) { rule.output = parseHex(n); }}});
-    const bool fresh = machine.answers[std::string(call->name)].try_emplace(arguments, rule).second;
+    if (node.json.is_object() && node.json.contains("call"))
+        answer.call = &readLibraryCall({node.json["call"], &node, "call"});
+    if (answer.call == nullptr) node.fail("has no call");
+    if (!canBeAnswered(*answer.call))
+        node.fail(std::string(answer.call->name) + " hands out more than an answer can say");
+    const size_t mistakes = node.allMistakes().size();
+    readMembers(node, answer, answerMembers());
+    if (node.allMistakes().size() > mistakes) return;
+    const bool fresh = answers[std::string(answer.call->name)].try_emplace(answer.arguments, answer.rule).second;
     if (!fresh) node.fail("answers the same call as an earlier one");
 }
 
 } // namespace
 
-void readAnswers(const Node& node, Machine& machine) {
-    forEachElement(node, std::numeric_limits<uint32_t>::max(), [&](const Node& answer) {
-        if (!answer.json.is_null()) readAnswer(answer, machine);
-    });
+Form<std::map<std::string, AnswerRules, std::less<>>> answersForm() {
+    return {[](const Node& node, std::map<std::string, AnswerRules, std::less<>>& answers) {
+                forEachElement(node, ANY_COUNT, [&](const Node& answer) {
+                    if (!answer.json.is_null()) readAnswer(answer, answers);
+                });
+            },
+            [] {
+                Json answer = withRequired(schemaOf(answerMembers()), "call");
+                return Json{{"type", "array"}, {"items", orNull(answer)}};
+            }};
 }
 
 } // namespace sim

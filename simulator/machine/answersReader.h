@@ -3,11 +3,10 @@
 // Reads the member "answers" of a machine file.
 
 #include "simulator/machine/machine.h"
+#include "simulator/machine/memberTable.h"
 
 namespace sim {
 
-struct Node;
-
-void readAnswers(const Node& node, Machine& machine);
+Form<std::map<std::string, AnswerRules, std::less<>>> answersForm();
 
 } // namespace sim

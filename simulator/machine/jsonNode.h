@@ -1,73 +1,136 @@
 #pragma once
 
-// Walks a parsed machine file and knows the way to each value. For the two readers alone: the JSON library
-// is slow to compile.
+// Walks a parsed machine file, knows the way to each value, and collects what does not fit. For the readers alone: the
+// JSON library is slow to compile.
+
+#include "simulator/machine/deviceRanges.h"
+#include "simulator/machine/mistakes.h"
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
-#include <initializer_list>
 #include <limits>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace sim {
 
 using Json = nlohmann::ordered_json; // members keep the order of the file
 
-// Thrown by the readers, caught by readMachine.
+// Thrown by the readers where nothing more can be read of a value; the walk over what it stands in goes on.
 struct DoesNotFit {
-    std::string path;
-    std::string text;
+    Mistake mistake;
 };
+struct TooManyMistakes {};
+
+inline std::string escaped(std::string_view name) { // as JSON pointers want it
+    std::string result;
+    for (const char c : name) {
+        if (c == '~' || c == '/') {
+            result += c == '~' ? "~0" : "~1";
+        } else {
+            result += c;
+        }
+    }
+    return result;
+}
 
 struct Node {
     const Json& json;
-    const Node* parent = nullptr; // NULL: the whole file
-    std::string_view key;         // of a member
-    size_t index = 0;             // of an element
+    const Node* parent = nullptr;              // NULL: the whole file
+    std::string_view key = {};                 // of a member
+    size_t index = 0;                          // of an element
+    std::vector<Mistake>* mistakes = nullptr;  // of the whole file
+    std::optional<uint16_t> deviceNumber = {}; // what {n} stands for below here
 
-    std::string path() const { // as a JSON pointer
+    std::string path() const {
         if (parent == nullptr) return {};
-        return parent->path() + "/" + (parent->json.is_array() ? std::to_string(index) : std::string(key));
+        return parent->path() + "/" + (parent->json.is_array() ? std::to_string(index) : escaped(key));
     }
-    [[noreturn]] void fail(const std::string& text) const { throw DoesNotFit{path(), text}; }
+    [[noreturn]] void fail(const std::string& text, const std::string& earlier = {}) const {
+        throw DoesNotFit{{path(), text, false, earlier}};
+    }
+    [[noreturn]] void failName(const std::string& text, const std::string& earlier = {}) const {
+        throw DoesNotFit{{path(), text, true, earlier}};
+    }
+
+    std::vector<Mistake>& allMistakes() const { return parent == nullptr ? *mistakes : parent->allMistakes(); }
+    std::optional<uint16_t> numberOfDevice() const {
+        return deviceNumber || parent == nullptr ? deviceNumber : parent->numberOfDevice();
+    }
+
+    template <class Read>
+    void attempt(Read read) const {
+        try {
+            read();
+        } catch (DoesNotFit& reason) {
+            allMistakes().push_back(std::move(reason.mistake));
+            if (allMistakes().size() >= MOST_MISTAKES) throw TooManyMistakes();
+        }
+    }
 };
+
+inline bool isGiven(const Node& node, const char* name) {
+    const auto member = node.json.find(name);
+    return member != node.json.end() && !member->is_null();
+}
+
+// Every object may have a text for people.
+inline bool isComment(const std::string& name, const Json& value) {
+    return name == "comment" && value.is_string();
+}
 
 template <class Visit>
 void forEachMember(const Node& node, Visit visit) {
     if (!node.json.is_object()) node.fail("must be an object");
-    for (auto member = node.json.begin(); member != node.json.end(); ++member)
-        visit(Node{member.value(), &node, member.key()});
+    for (auto member = node.json.begin(); member != node.json.end(); ++member) {
+        if (isComment(member.key(), member.value())) continue;
+        const Node child{member.value(), &node, member.key()};
+        child.attempt([&] { visit(child); });
+    }
 }
 
 template <class Visit>
 void forEachElement(const Node& node, size_t most, Visit visit) {
     if (!node.json.is_array()) node.fail("must be an array");
     if (node.json.size() > most) node.fail("has more than " + std::to_string(most) + " elements");
-    for (size_t i = 0; i < node.json.size(); ++i) visit(Node{node.json[i], &node, {}, i});
+    for (size_t i = 0; i < node.json.size(); ++i) {
+        const Node child{node.json[i], &node, {}, i};
+        child.attempt([&] { visit(child); });
+    }
 }
 
-// The members that an object may have, each with its reader; null counts as absent.
-struct MemberReader {
-    std::string_view name;
-    std::function<void(const Node&)> read;
-};
-inline void readMembers(const Node& node, std::initializer_list<MemberReader> readers) {
-    forEachMember(node, [&](const Node& member) {
-        const auto* reader = std::find_if(readers.begin(), readers.end(),
-                                          [&](const MemberReader& candidate) { return candidate.name == member.key; });
-        if (reader == readers.end()) member.fail("unknown member");
-        if (!member.json.is_null()) reader->read(member);
-    });
+template <class Number>
+std::optional<Number> parseNumber(std::string_view text) {
+    Number number = 0;
+    const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() && stop == text.data() + text.size() ? std::optional(number) : std::nullopt;
+}
+
+// A text; in a device of a range {n} in it is filled in.
+inline std::string readText(const Node& node) {
+    if (!node.json.is_string()) node.fail("must be a text");
+    const auto& text = node.json.get_ref<const std::string&>();
+    if (text.find("{n") == std::string::npos) return text;
+    const std::optional<uint16_t> device = node.numberOfDevice();
+    return device ? fillIn(text, *device) : text;
+}
+
+// In a device of a range a number may be made of the device's.
+inline bool isNumberText(const Node& node) {
+    return node.json.is_string() && node.numberOfDevice() && parseNumber<uint64_t>(readText(node));
 }
 
 inline uint64_t readUnsigned(const Node& node, uint64_t largest) {
+    if (isNumberText(node)) {
+        const uint64_t number = *parseNumber<uint64_t>(readText(node));
+        if (number <= largest) return number;
+    }
     const bool isNegative = node.json.is_number_integer() && node.json < 0; // words of a timeline make signed ones
     if (!node.json.is_number_integer() || isNegative || node.json.get<uint64_t>() > largest)
         node.fail("must be a whole number from 0 to " + std::to_string(largest));
@@ -75,6 +138,7 @@ inline uint64_t readUnsigned(const Node& node, uint64_t largest) {
 }
 
 inline int32_t readInteger(const Node& node) {
+    if (isNumberText(node)) return int32_t(readUnsigned(node, INT32_MAX));
     using Limits = std::numeric_limits<int32_t>;
     const bool fits = node.json.is_number_unsigned()
                           ? node.json.get<uint64_t>() <= uint64_t{Limits::max()}
@@ -83,36 +147,23 @@ inline int32_t readInteger(const Node& node) {
     return node.json.get<int32_t>();
 }
 
-inline const std::string& readText(const Node& node) {
-    if (!node.json.is_string()) node.fail("must be a text");
-    return node.json.get_ref<const std::string&>();
-}
-
 // The number that a member is named by.
 inline uint64_t numberOf(const Node& member, uint64_t largest) {
-    uint64_t number = 0;
-    const char* end = member.key.data() + member.key.size();
-    const auto [stop, error] = std::from_chars(member.key.data(), end, number);
-    if (error != std::errc() || stop != end || number > largest)
-        member.fail("the name must be a decimal number from 0 to " + std::to_string(largest));
-    return number;
-}
-
-// The number that a member is named by, negative ones too.
-inline int32_t signedNumberOf(const Node& member) {
-    int32_t number = 0;
-    const char* end = member.key.data() + member.key.size();
-    const auto [stop, error] = std::from_chars(member.key.data(), end, number);
-    if (error != std::errc() || stop != end) member.fail("the name must be a decimal number of 32 bits");
-    return number;
+    const std::optional<uint64_t> number = parseNumber<uint64_t>(member.key);
+    if (!number || *number > largest)
+        member.failName("the name must be a decimal number from 0 to " + std::to_string(largest));
+    return *number;
 }
 
 // Adds a value for a member that is named by a number, which no earlier member was.
 template <class Key, class Value>
 Value& addByNumber(const Node& member, std::map<Key, Value>& values) {
-    const auto [place, fresh] = values.try_emplace(static_cast<Key>(numberOf(member, std::numeric_limits<Key>::max())));
-    if (!fresh) member.fail("given twice");
-    return place->second;
+    const uint64_t number = numberOf(member, std::numeric_limits<Key>::max());
+    const auto [place, fresh] = values.try_emplace(static_cast<Key>(number));
+    if (fresh) return place->second;
+    auto earlier = member.parent->json.begin();
+    while (parseNumber<uint64_t>(earlier.key()) != number) ++earlier;
+    member.failName("given twice", member.parent->path() + "/" + escaped(earlier.key()));
 }
 
 } // namespace sim

@@ -26,6 +26,16 @@ size_t lengthOfCharacter(std::string_view text) {
     return isOverlong || isBeyond ? 0 : length;
 }
 
+std::string timeText() {
+    const time_t seconds = clockTime().seconds;
+    tm parts = {};
+    char text[32] = "";
+    if (gmtime_r(&seconds, &parts) != nullptr) strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &parts);
+    return text;
+}
+
+} // namespace
+
 std::string plainText(std::string_view text) {
     std::string plain;
     while (!text.empty()) {
@@ -40,16 +50,6 @@ std::string plainText(std::string_view text) {
     }
     return plain;
 }
-
-std::string timeText() {
-    const time_t seconds = clockTime().seconds;
-    tm parts = {};
-    char text[32] = "";
-    if (gmtime_r(&seconds, &parts) != nullptr) strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &parts);
-    return text;
-}
-
-} // namespace
 
 void reportNews(const std::string& text) {
     if (hasMachine()) appendToSimulatorFile("log", timeText() + " " + plainText(text) + "\n");

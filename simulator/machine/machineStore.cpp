@@ -86,16 +86,24 @@ void MachineStore::readFile() {
     identity_ = file.identity;
     text_ = file.text;
     MachineReading reading;
-    reading.fault = file.fault;
-    if (file.fault.empty()) reading = readMachine(file.text);
+    if (file.fault.empty()) {
+        reading = readMachine(file.text);
+    } else {
+        reading.mistakes.push_back({{}, file.fault});
+    }
     const bool wasRefused = std::exchange(isRefused_, reading.machine == nullptr);
     publishFile(!isRefused_);
-    const char* left =
-        reading_ == 0 ? "; the machine is empty until this is corrected" : "; the machine stays as it was";
-    if (isRefused_) return reportFault(path_ + ": " + reading.fault + left);
+    if (isRefused_) return reportMistakes(reading.mistakes);
     if (reading_++ > 0 || wasRefused) reportNews(path_ + " has been taken over");
     timeline_ = std::move(reading.timeline);
     put(std::move(reading.machine));
+}
+
+void MachineStore::reportMistakes(const std::vector<Mistake>& mistakes) const {
+    constexpr size_t mostLines = 10;
+    std::vector<std::string> lines = describeMistakes(path_, mistakes, mostLines);
+    lines.back() += reading_ == 0 ? "; the machine is empty until this is corrected" : "; the machine stays as it was";
+    for (const std::string& line : lines) reportFault(line);
 }
 
 void MachineStore::put(std::unique_ptr<Machine> machine) {

@@ -4,6 +4,7 @@
 
 #include "simulator/machine/clock.h"
 #include "simulator/machine/machine.h"
+#include "simulator/machine/mistakes.h"
 #include "simulator/machine/root.h"
 #include "simulator/machine/timeline.h"
 
@@ -28,6 +29,7 @@ class MachineStore {
   private:
     void refresh();
     void readFile();
+    void reportMistakes(const std::vector<Mistake>& mistakes) const;
     void put(std::unique_ptr<Machine> machine);
 
     const std::string path_;

@@ -2,6 +2,8 @@
 
 // What a machine file may say of each record: its name, size and members, taken from the headers in platform/.
 
+#include "simulator/machine/codeWords.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -18,7 +20,9 @@ struct Field {
     uint32_t size;
     uint32_t count;
     FieldKind kind;
-    std::span<const Field> members; // of a Struct
+    std::span<const Field> members; // of a record
+    std::string_view sentence;
+    std::span<const CodeText> words; // that a file may say for numbers
 };
 
 enum class RecordOwner : uint8_t { controller, device, logicalDrive };
@@ -29,6 +33,7 @@ struct RecordLayout {
     uint32_t opcode; // raid_ControllerGetOperation answers it by this number; 0: another function does
     uint32_t size;
     std::span<const Field> members;
+    std::string_view sentence;
 };
 
 std::span<const RecordLayout> recordLayouts();

@@ -1,7 +1,6 @@
 #include "simulator/machine/recordParser.h"
 
-#include "simulator/machine/jsonNode.h"
-
+#include <algorithm>
 #include <cstring>
 #include <optional>
 #include <utility>
@@ -30,19 +29,26 @@ void readValue(const Node& node, Bytes& record, size_t offset, const Field& fiel
     if (field.kind == FieldKind::record) {
         readStruct(node, record, offset, field.members);
     } else if (field.kind == FieldKind::number) {
-        const uint64_t number = readUnsigned(node, UINT64_MAX >> (64 - 8 * field.size));
+        const std::optional<uint32_t> code = isNumberText(node) ? std::nullopt : readWord(node, field.words);
+        const uint64_t number = code ? *code : readUnsigned(node, UINT64_MAX >> (64 - 8 * field.size));
         store(node, record, offset, &number, field.size);
     } else {
-        const std::string& text = readText(node);
+        const std::string text = readText(node);
         if (text.size() > field.size) node.fail("is longer than " + std::to_string(field.size) + " bytes");
         store(node, record, offset, text.data(), text.size());
     }
 }
 
+std::vector<std::string_view> namesOf(std::span<const Field> fields) {
+    std::vector<std::string_view> names = {"size", "raw"};
+    for (const Field& field : fields) names.push_back(field.name);
+    return names;
+}
+
 void readField(const Node& node, Bytes& record, size_t offset, std::span<const Field> fields) {
     const auto field =
         std::find_if(fields.begin(), fields.end(), [&](const Field& candidate) { return candidate.name == node.key; });
-    if (field == fields.end()) node.fail("unknown member");
+    if (field == fields.end()) node.failName("unknown member" + suggestName(node.key, namesOf(fields)));
     if (field->count == 0) {
         readValue(node, record, offset + field->offset, *field);
         return;
@@ -79,11 +85,33 @@ Bytes parseRecord(const Node& node, std::optional<size_t> size, std::span<const 
     return record;
 }
 
+Json structSchema(std::span<const Field> fields, bool ofDevice);
+
+// In devices of a range a number may be a text with the device's number in it.
+Json valueSchema(const Field& field, bool ofDevice) {
+    if (field.kind == FieldKind::record) return structSchema(field.members, ofDevice);
+    if (field.kind == FieldKind::text) return {{"type", "string"}, {"maxLength", field.size}};
+    Json forms = Json::array({unsignedForm<uint64_t>(UINT64_MAX >> (64 - 8 * field.size)).schema()});
+    if (!field.words.empty()) forms.push_back(wordsSchema(field.words));
+    if (ofDevice) forms.push_back({{"type", "string"}, {"pattern", "\\{n"}});
+    return forms.size() == 1 ? forms[0] : Json{{"anyOf", forms}};
+}
+
+Json structSchema(std::span<const Field> fields, bool ofDevice) {
+    Json properties = {{"comment", {{"type", "string"}}}};
+    for (const Field& field : fields) {
+        Json value = valueSchema(field, ofDevice);
+        if (field.count > 0) value = {{"type", "array"}, {"maxItems", field.count}, {"items", std::move(value)}};
+        properties[std::string(field.name)] = described(std::move(value), field.sentence);
+    }
+    return {{"type", "object"}, {"additionalProperties", false}, {"properties", std::move(properties)}};
+}
+
 } // namespace
 
 // Pairs of hexadecimal digits; blanks may stand between pairs.
 Bytes parseHex(const Node& node) {
-    const std::string& text = readText(node);
+    const std::string text = readText(node);
     Bytes bytes;
     for (size_t i = 0; i < text.size();) {
         if (text[i] == ' ') {
@@ -105,6 +133,29 @@ Bytes parseRecord(const Node& node, const RecordLayout& layout) {
 
 Bytes parseRecord(const Node& node) {
     return parseRecord(node, std::nullopt, {});
+}
+
+Form<Bytes> anyRecordForm() {
+    return {[](const Node& node, Bytes& bytes) { bytes = parseRecord(node); }, anyRecordSchema};
+}
+
+Json hexSchema() {
+    return {{"type", "string"}, {"pattern", "^ *([0-9a-fA-F]{2} *)*$"}};
+}
+
+Json recordSchema(const RecordLayout& layout) {
+    Json schema = structSchema(layout.members, layout.owner == RecordOwner::device);
+    schema["properties"]["size"] = {{"description", "Bytes of the record, in place of its own size."},
+                                    {"type", "integer"},
+                                    {"minimum", 0},
+                                    {"maximum", LARGEST_RECORD}};
+    schema["properties"]["raw"] =
+        described(schemaOfMembers(DECIMAL_NAME, hexSchema()), "Bytes in hexadecimal by offset, laid over the members.");
+    return described(std::move(schema), layout.sentence);
+}
+
+Json anyRecordSchema() {
+    return {{"$ref", "#/definitions/BYTES"}};
 }
 
 } // namespace sim

@@ -1,7 +1,7 @@
 #include "simulator/machine/timeline.h"
 
 #include "simulator/machine/duration.h"
-#include "simulator/machine/jsonNode.h"
+#include "simulator/machine/memberTable.h"
 #include "simulator/words/words.h"
 
 #include <algorithm>
@@ -9,12 +9,12 @@
 
 namespace sim {
 
-struct Timeline::Step {
-    std::string path; // of the entry in the file
-    int64_t at = -1;
+struct TimelineStep {
+    std::string path = {}; // of the entry in the file
+    int64_t at = 0;
     int64_t every = 0;
-    uint64_t times = 1;
-    std::vector<std::string> words;
+    std::optional<uint64_t> times = {};
+    std::vector<std::string> words = {};
     Json sets = Json::object(); // values by pointers
 };
 
@@ -22,25 +22,55 @@ namespace {
 
 constexpr uint64_t MOST_MOMENTS = 10000;
 
-int64_t readTime(const Node& node) {
-    const std::optional<int64_t> seconds = parseDuration(readText(node));
-    if (!seconds) node.fail(R"(must be a time, such as "00:07:00" or "7min")");
-    return *seconds;
+Form<int64_t> timeForm() {
+    return {[](const Node& node, int64_t& time) {
+                const std::optional<int64_t> seconds = parseDuration(readText(node));
+                if (!seconds) node.fail(R"(must be a time, such as "00:07:00" or "7min")");
+                time = *seconds;
+            },
+            textForm().schema};
 }
 
-std::vector<std::string> readWords(const Node& node) {
-    std::istringstream text(readText(node));
-    std::vector<std::string> words{std::istream_iterator<std::string>(text), {}};
-    if (words.empty()) node.fail("has no words");
-    return words;
+Form<std::vector<std::string>> wordsForm() {
+    return {[](const Node& node, std::vector<std::string>& words) {
+                std::istringstream text(readText(node));
+                words.assign(std::istream_iterator<std::string>(text), {});
+                if (words.empty()) node.fail("has no words");
+            },
+            textForm().schema};
 }
 
-Json readSets(const Node& node) {
-    forEachMember(node, [](const Node& member) {
-        if (member.key.empty() || member.key.front() != '/')
-            member.fail("the name must be a JSON pointer, such as /controllers/0/batteryStatus");
-    });
-    return node.json;
+Form<Json> setsForm() {
+    return {[](const Node& node, Json& sets) {
+                forEachMember(node, [&](const Node& member) {
+                    if (member.key.empty() || member.key.front() != '/')
+                        member.failName("the name must be a JSON pointer, such as /controllers/0/batteryStatus");
+                    sets[std::string(member.key)] = member.json;
+                });
+            },
+            [] { return schemaOfMembers("^/", Json::object()); }};
+}
+
+const MemberTable<TimelineStep>& stepMembers() {
+    static const MemberTable<TimelineStep> table = {
+        member("at", &TimelineStep::at, timeForm(), "When, after the daemon's start: 00:07:00 or 7min."),
+        member("every", &TimelineStep::every, timeForm(), "Between repetitions; with \"times\"."),
+        member("times", &TimelineStep::times, unsignedForm<uint64_t>(MOST_MOMENTS), "How often; with \"every\"."),
+        member("do", &TimelineStep::words, wordsForm(), "What is done, in the words of bmcsim: drive 0/8 fail."),
+        member("set", &TimelineStep::sets, setsForm(), "Values that are set, by JSON pointers."),
+    };
+    return table;
+}
+
+void readStep(const Node& entry, TimelineStep& step) {
+    step.path = entry.path();
+    const size_t mistakes = entry.allMistakes().size();
+    readMembers(entry, step, stepMembers());
+    if (!isGiven(entry, "at")) entry.fail(R"(has no time ("at"))");
+    if (entry.allMistakes().size() > mistakes) return;
+    if (step.words.empty() && step.sets.empty()) entry.fail(R"(has neither words ("do") nor values ("set"))");
+    if (step.times.has_value() != (step.every > 0))
+        entry.fail(R"("every" and "times" come together, and are more than 0)");
 }
 
 std::string unescaped(std::string name) {
@@ -82,57 +112,51 @@ std::string setValue(Json& file, const std::string& pointer, const Json& value) 
 
 } // namespace
 
+nlohmann::ordered_json timelineSchema() {
+    return {{"type", "array"}, {"items", withRequired(schemaOf(stepMembers()), "at")}};
+}
+
 Timeline::Timeline(const Node& file, const Node& member, MachineOf machineOf) : machineOf_(std::move(machineOf)) {
+    const size_t mistakes = member.allMistakes().size();
     forEachElement(member, MOST_MOMENTS, [&](const Node& entry) {
-        Step step;
-        step.path = entry.path();
-        bool isRepeated = false;
-        readMembers(entry, {{"at", [&](const Node& n) { step.at = readTime(n); }},
-                            {"every", [&](const Node& n) { step.every = readTime(n); }},
-                            {"times",
-                             [&](const Node& n) {
-                                 step.times = readUnsigned(n, MOST_MOMENTS);
-                                 isRepeated = true;
-                             }},
-                            {"do", [&](const Node& n) { step.words = readWords(n); }},
-                            {"set", [&](const Node& n) { step.sets = readSets(n); }}});
-        if (step.at < 0) entry.fail(R"(has no time ("at"))");
-        if (step.words.empty() && step.sets.empty()) entry.fail(R"(has neither words ("do") nor values ("set"))");
-        if (isRepeated != (step.every > 0)) entry.fail(R"("every" and "times" come together, and are more than 0)");
-        for (uint64_t i = 0; i < step.times; ++i)
+        TimelineStep step;
+        readStep(entry, step);
+        for (uint64_t i = 0; i < step.times.value_or(1); ++i)
             moments_.push_back({step.at + int64_t(i) * step.every, steps_.size()});
         if (moments_.size() > MOST_MOMENTS)
-            entry.fail("there are more than " + std::to_string(MOST_MOMENTS) + " steps");
+            member.fail("there are more than " + std::to_string(MOST_MOMENTS) + " steps");
         steps_.push_back(std::move(step));
     });
+    if (member.allMistakes().size() > mistakes) return;
     std::stable_sort(moments_.begin(), moments_.end(), [](const Moment& a, const Moment& b) { return a.at < b.at; });
     file_ = std::make_unique<Json>(file.json);
     file_->erase("timeline");
-    tryAll();
+    member.attempt([this] { tryAll(); });
 }
 
 Timeline::~Timeline() = default;
 
-void Timeline::apply(Json& file, const Step& step) {
+void Timeline::apply(Json& file, const TimelineStep& step) {
     for (const auto& [pointer, value] : step.sets.items())
         if (const std::string fault = setValue(file, pointer, value); !fault.empty())
-            throw DoesNotFit{step.path + "/set", std::string(pointer).append(": ").append(fault)};
+            throw DoesNotFit{{step.path + "/set", std::string(pointer).append(": ").append(fault)}};
     if (step.words.empty()) return;
     const WordResult result = applyWords(file, step.words);
-    if (!result.error.empty()) throw DoesNotFit{step.path + "/do", result.error};
+    if (!result.error.empty()) throw DoesNotFit{{step.path + "/do", result.error}};
 }
 
 // Each moment must leave a machine.
 void Timeline::tryAll() const {
     Json file = *file_;
     for (size_t i = 0; i < moments_.size(); ++i) {
-        const Step& step = steps_[moments_[i].step];
+        const TimelineStep& step = steps_[moments_[i].step];
         apply(file, step);
         if (i + 1 < moments_.size() && moments_[i + 1].at == moments_[i].at) continue;
         try {
             machineOf_(file);
         } catch (const DoesNotFit& fault) {
-            throw DoesNotFit{step.path, "leaves a machine that does not fit: " + fault.path + ": " + fault.text};
+            throw DoesNotFit{{step.path, "leaves a machine that does not fit: " + fault.mistake.pointer + ": " +
+                                             fault.mistake.text}};
         }
     }
 }

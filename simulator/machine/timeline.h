@@ -18,13 +18,16 @@
 namespace sim {
 
 struct Node;
+struct TimelineStep;
 
-// Reads a whole machine file, its timeline passed over; throws DoesNotFit.
+nlohmann::ordered_json timelineSchema();
+
+// Reads a whole machine file, its timeline passed over; throws its first mistake as DoesNotFit.
 using MachineOf = std::function<std::unique_ptr<Machine>(const nlohmann::ordered_json&)>;
 
 class Timeline {
   public:
-    // `file` is a whole machine file with the member. All steps are tried: what does not fit is thrown as DoesNotFit.
+    // `file` is a whole machine file with the member. All steps are tried: what does not fit is collected.
     Timeline(const Node& file, const Node& member, MachineOf machineOf);
     ~Timeline();
     Timeline(const Timeline&) = delete;
@@ -40,16 +43,15 @@ class Timeline {
     std::vector<std::pair<int64_t, std::string>> plan() const;
 
   private:
-    struct Step;
     struct Moment {
         int64_t at;
         size_t step;
     };
 
-    static void apply(nlohmann::ordered_json& file, const Step& step);
+    static void apply(nlohmann::ordered_json& file, const TimelineStep& step);
     void tryAll() const;
 
-    std::vector<Step> steps_;
+    std::vector<TimelineStep> steps_;
     std::vector<Moment> moments_; // in the order of time, equal ones in that of the file
     size_t played_ = 0;
     std::unique_ptr<nlohmann::ordered_json> file_; // as it is after what has been played

@@ -3,9 +3,9 @@
 #include "platform/storelib.h"
 
 #include "simulator/machine/call.h"
+#include "simulator/machine/codeWords.h"
 #include "simulator/machine/recordLayout.h"
 #include "simulator/raid/answerRecord.h"
-#include "simulator/raid/codeText.h"
 
 #include <algorithm>
 #include <iterator>
@@ -21,23 +21,6 @@ constexpr sim::CodeText ERROR_TEXTS[] = {{sim::RAID_OK, "Success"},
                                          {sim::RAID_NOT_AVAILABLE, "Not available"},
                                          {sim::RAID_BAD_ARGUMENT, "Bad argument"},
                                          {sim::RAID_NOT_SUPPORTED, "Not supported"}};
-
-// Makers of the simulated world.
-constexpr sim::CodeText VENDOR_NAMES[] = {
-    {0x1A5E, "Zebrant"}, {0x1B2D, "Mirador Storage"}, {0x1C77, "Quillfeather"}, {0x1D40, "Harrow & Lind"}};
-
-constexpr sim::CodeText PATROL_READ_STATES[] = {
-    {0, "Stopped"}, {1, "Ready"}, {2, "Active"}, {3, "Paused"}, {4, "Aborted"}};
-
-constexpr sim::CodeText BATTERY_TYPES[] = {{0, "No Battery"},
-                                           {1, "Intelligent Battery"},
-                                           {2, "Battery"},
-                                           {3, "Transportable Battery"},
-                                           {4, "Extended Battery"},
-                                           {5, "Remote Battery"},
-                                           {6, "Flash Backup Capacitor"}};
-
-constexpr sim::CodeText AUTO_LEARN_MODES[] = {{0, "Automatic"}, {1, "Disabled"}, {2, "Warn Only"}, {3, "Manual"}};
 
 int readStatus(const char* name, uint32_t ctrlId, std::optional<int32_t> sim::Controller::*member, int32_t* status) {
     return sim::call(name, {ctrlId}, sim::RAID_NOT_AVAILABLE, {status, sizeof *status}, [&] {
@@ -119,15 +102,18 @@ const char* raid_GetErrorStatus(int status) {
 }
 
 const char* raid_GetPCIVendorName(uint16_t vendorId) {
-    return sim::textCall("raid_GetPCIVendorName", {vendorId}, sim::codeText(VENDOR_NAMES, vendorId, "Unknown"));
+    return sim::textCall("raid_GetPCIVendorName", {vendorId},
+                         sim::codeText(sim::codes::VENDOR_NAMES, vendorId, "Unknown"));
 }
 
 const char* raid_GetPatrolReadState(uint8_t state) {
-    return sim::textCall("raid_GetPatrolReadState", {state}, sim::codeText(PATROL_READ_STATES, state, "Unknown"));
+    return sim::textCall("raid_GetPatrolReadState", {state},
+                         sim::codeText(sim::codes::PATROL_READ_STATES, state, "Unknown"));
 }
 
 const char* raid_GetBatteryType(uint8_t batteryType) {
-    return sim::textCall("raid_GetBatteryType", {batteryType}, sim::codeText(BATTERY_TYPES, batteryType, "Unknown"));
+    return sim::textCall("raid_GetBatteryType", {batteryType},
+                         sim::codeText(sim::codes::BATTERY_TYPES, batteryType, "Unknown"));
 }
 
 // By the low four bits: 0 normal, 1 degraded, 2 failed, 3 unknown; all others mean something else.
@@ -140,7 +126,8 @@ int raid_GetBatteryState(uint32_t fwStatus) {
 }
 
 const char* raid_GetBatteryAutoLearnMode(uint8_t mode) {
-    return sim::textCall("raid_GetBatteryAutoLearnMode", {mode}, sim::codeText(AUTO_LEARN_MODES, mode, "Unknown"));
+    return sim::textCall("raid_GetBatteryAutoLearnMode", {mode},
+                         sim::codeText(sim::codes::AUTO_LEARN_MODES, mode, "Unknown"));
 }
 
 int raid_GetControllerPDList(uint32_t ctrlId, MR_PD_LIST* list) {

@@ -3,8 +3,8 @@
 #include "platform/storelib.h"
 
 #include "simulator/machine/call.h"
+#include "simulator/machine/codeWords.h"
 #include "simulator/raid/answerRecord.h"
-#include "simulator/raid/codeText.h"
 #include "simulator/raid/enclosureNumber.h"
 
 #include <bit>
@@ -12,22 +12,6 @@
 namespace {
 
 constexpr sim::CodeText INTERFACE_TYPES[] = {{1, "Parallel SCSI"}, {2, "SAS"}, {3, "SATA"}, {4, "Fibre Channel"}};
-
-constexpr sim::CodeText FIRMWARE_STATES[] = {{0x00, "Unconfigured Good"},
-                                             {0x01, "Unconfigured Bad"},
-                                             {0x02, "Hot Spare"},
-                                             {0x10, "Offline"},
-                                             {0x11, "Failed"},
-                                             {0x14, "Rebuild"},
-                                             {0x18, "Online"},
-                                             {0x20, "Copyback"},
-                                             {0x40, "Pass-through"},
-                                             {0x80, "Unconfigured under Test"},
-                                             {0x82, "Hot Spare under Test"},
-                                             {0x90, "Configured under Test"}};
-
-constexpr sim::CodeText POWER_STATES[] = {
-    {0, "Active"}, {1, "Spun Down"}, {2, "Spinning Up"}, {3, "Spinning Down"}, {0xFF, "Powered Off"}};
 
 int readSpeed(const char* name, uint32_t ctrlId, uint16_t deviceId, std::optional<uint32_t> sim::Device::*member,
               uint32_t* rpm) {
@@ -94,9 +78,11 @@ const char* raid_GetDeviceInterfaceType(uint8_t interface) {
 }
 
 const char* raid_GetHddFirmwareState(uint16_t fwState) {
-    return sim::textCall("raid_GetHddFirmwareState", {fwState}, sim::codeText(FIRMWARE_STATES, fwState, "Unknown"));
+    return sim::textCall("raid_GetHddFirmwareState", {fwState},
+                         sim::codeText(sim::codes::DRIVE_STATES, fwState, "Unknown"));
 }
 
 const char* raid_GetHddPowerState(uint8_t powerState) {
-    return sim::textCall("raid_GetHddPowerState", {powerState}, sim::codeText(POWER_STATES, powerState, "Unknown"));
+    return sim::textCall("raid_GetHddPowerState", {powerState},
+                         sim::codeText(sim::codes::POWER_STATES, powerState, "Unknown"));
 }

@@ -3,7 +3,7 @@
 #include "platform/storelib.h"
 
 #include "simulator/machine/call.h"
-#include "simulator/raid/codeText.h"
+#include "simulator/machine/codeWords.h"
 
 #include <algorithm>
 #include <array>
@@ -16,15 +16,6 @@ constexpr uint32_t STATUS_UNSUPPORTED = 0;
 constexpr uint32_t STATUS_CRITICAL = 2;
 constexpr uint32_t STATUS_NONCRITICAL = 3;
 constexpr uint32_t STATUS_UNRECOVERABLE = 4;
-
-constexpr sim::CodeText ELEMENT_STATES[] = {{STATUS_UNSUPPORTED, "Unsupported"},
-                                            {1, "OK"},
-                                            {STATUS_CRITICAL, "Critical"},
-                                            {STATUS_NONCRITICAL, "Noncritical"},
-                                            {STATUS_UNRECOVERABLE, "Unrecoverable"},
-                                            {5, "Not Installed"},
-                                            {6, "Not Available"},
-                                            {7, "No Access"}};
 
 // Where the fans and sensors of a model sit, by index.
 struct ModelPlaces {
@@ -72,7 +63,7 @@ SL_ENCL_ELEMENT_T sensorAt(const SL_ENCL_STATUS_T* status, uint32_t index) {
 }
 
 const char* stateText(const SL_ENCL_ELEMENT_T& element) {
-    return sim::codeText(ELEMENT_STATES, element.status, "Unknown");
+    return sim::codeText(sim::codes::ELEMENT_STATES, element.status, "Unknown");
 }
 
 // 0 OK, 1 degraded, 2 error: the worst state of any element.

@@ -3,15 +3,13 @@
 #include "platform/storelib.h"
 
 #include "simulator/machine/call.h"
+#include "simulator/machine/codeWords.h"
 #include "simulator/raid/answerRecord.h"
-#include "simulator/raid/codeText.h"
 #include "simulator/raid/enclosureNumber.h"
 
 #include <cstdlib>
 
 namespace {
-
-constexpr sim::CodeText ENCLOSURE_TYPES[] = {{1, "KP17"}, {2, "KP23"}, {3, "KP17M2"}};
 
 constexpr size_t DESCRIPTOR_HEADER = 4; // two bytes, then the length of the text, high byte first
 constexpr int PAGE_ENDS = -1;
@@ -56,7 +54,7 @@ int raid_EnclosureGetEnclosureNumber(const MR_PD_INFO* enclosure, const MR_CTRL_
 
 const char* raid_GetEnclosureTypeString(int modelCode) {
     return sim::textCall("raid_GetEnclosureTypeString", {modelCode},
-                         sim::codeText(ENCLOSURE_TYPES, uint32_t(modelCode), "Unknown"));
+                         sim::codeText(sim::codes::ENCLOSURE_TYPES, uint32_t(modelCode), "Unknown"));
 }
 
 int raid_IsDiagnosticPageValid(uint32_t ctrlId, uint16_t deviceId, uint8_t page) {

@@ -3,8 +3,8 @@
 #include "platform/storelib.h"
 
 #include "simulator/machine/call.h"
+#include "simulator/machine/codeWords.h"
 #include "simulator/raid/answerRecord.h"
-#include "simulator/raid/codeText.h"
 
 namespace {
 
@@ -22,16 +22,6 @@ constexpr uint8_t ioPolicy(uint8_t policy) {
 constexpr sim::CodeText WRITE_POLICIES[] = {{0, "Write-through"}, {1, "Write-back"}, {2, "Always Write-back"}};
 constexpr sim::CodeText READ_POLICIES[] = {{0, "No Read-ahead"}, {1, "Read-ahead"}, {2, "Adaptive Read-ahead"}};
 constexpr sim::CodeText IO_POLICIES[] = {{0, "Direct"}, {1, "Cached"}};
-constexpr sim::CodeText ACCESS_POLICIES[] = {{0, "Read/Write"}, {1, "Read Only"}, {2, "Blocked"}, {3, "Hidden"}};
-constexpr sim::CodeText DISK_CACHE_POLICIES[] = {{0, "Unchanged"}, {1, "Enabled"}, {2, "Disabled"}};
-constexpr sim::CodeText STATES[] = {{0, "Offline"}, {1, "Partially Degraded"}, {2, "Degraded"}, {3, "Optimal"}};
-
-// 512 bytes times two to the power of the code.
-constexpr sim::CodeText STRIPE_SIZES[] = {{0, "512 B"},  {1, "1 KB"},   {2, "2 KB"},    {3, "4 KB"},
-                                          {4, "8 KB"},   {5, "16 KB"},  {6, "32 KB"},   {7, "64 KB"},
-                                          {8, "128 KB"}, {9, "256 KB"}, {10, "512 KB"}, {11, "1 MB"},
-                                          {12, "2 MB"},  {13, "4 MB"},  {14, "8 MB"},   {15, "16 MB"}};
-
 constexpr sim::CodeText RAID_LEVELS[] = {{0, "RAID-0"}, {1, "RAID-1"}, {3, "RAID-3"}, {5, "RAID-5"}, {6, "RAID-6"}};
 constexpr sim::CodeText SPANNED_RAID_LEVELS[] = {
     {0, "RAID-00"}, {1, "RAID-10"}, {3, "RAID-30"}, {5, "RAID-50"}, {6, "RAID-60"}};
@@ -65,7 +55,8 @@ const char* raid_GetRaidLevel(uint8_t primaryRaidLevel, uint8_t spanDepth, uint8
 }
 
 const char* raid_GetStripeSize(uint8_t stripeSize) {
-    return sim::textCall("raid_GetStripeSize", {stripeSize}, sim::codeText(STRIPE_SIZES, stripeSize, "Unknown"));
+    return sim::textCall("raid_GetStripeSize", {stripeSize},
+                         sim::codeText(sim::codes::STRIPE_SIZES, stripeSize, "Unknown"));
 }
 
 const char* raid_GetLogicalDriveCacheWritePolicy(uint8_t policy) {
@@ -85,14 +76,15 @@ const char* raid_GetLogicalDriveCacheIoPolicy(uint8_t policy) {
 
 const char* raid_GetLogicalDriveAccessPolicy(uint8_t policy) {
     return sim::textCall("raid_GetLogicalDriveAccessPolicy", {policy},
-                         sim::codeText(ACCESS_POLICIES, policy, "Unknown"));
+                         sim::codeText(sim::codes::ACCESS_POLICIES, policy, "Unknown"));
 }
 
 const char* raid_GetPhysicalDriveCachePolicy(uint8_t policy) {
     return sim::textCall("raid_GetPhysicalDriveCachePolicy", {policy},
-                         sim::codeText(DISK_CACHE_POLICIES, policy, "Unknown"));
+                         sim::codeText(sim::codes::DISK_CACHE_POLICIES, policy, "Unknown"));
 }
 
 const char* raid_GetLogicalDriveState(uint8_t state) {
-    return sim::textCall("raid_GetLogicalDriveState", {state}, sim::codeText(STATES, state, "Unknown"));
+    return sim::textCall("raid_GetLogicalDriveState", {state},
+                         sim::codeText(sim::codes::VOLUME_STATES, state, "Unknown"));
 }

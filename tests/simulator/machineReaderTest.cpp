@@ -30,16 +30,38 @@ TEST(RecordLayout, everyMemberLiesInItsRecordUnderANameOfItsOwn) {
     }
 }
 
-// Pairs of a machine, or of a text that is none, and how what is said of it begins.
-TEST(MachineReader, whatDoesNotFitIsSaidWithTheWayToIt) {
-    auto cases = casesOf(__FILE__).get<std::vector<std::pair<nlohmann::json, std::string>>>();
-    cases.emplace_back("{\"a\": \"\xff\"}", "line 1, column 8: ");
-    for (const auto& [machine, fault] : cases) {
-        const std::string text = machine.is_string() ? machine.get<std::string>() : machine.dump();
+// Pairs of a machine, or of the lines of a file, and what is said of it.
+TEST(MachineReader, everyMistakeIsSaidWithItsPlace) {
+    auto cases = casesOf(__FILE__).get<std::vector<std::pair<nlohmann::json, std::vector<std::string>>>>();
+    const char broken[] = {'"', char(0xE2), char(0x82), '"', 0}; // the second character does not end
+    cases.emplace_back(broken, std::vector<std::string>{"1:3: syntax error while parsing value - invalid string: "
+                                                        "ill-formed UTF-8 byte; last read: '\"\\xe2\\x82\"'"});
+    cases.emplace_back("[\xff", std::vector<std::string>{"1:2: syntax error while parsing value - invalid literal; "
+                                                         "last read: '[\\xff'"});
+    for (const auto& [machine, faults] : cases) {
+        std::string text = machine.is_string() ? machine.get<std::string>() : machine.dump();
+        if (machine.is_array() && !machine.empty()) {
+            text.clear();
+            for (const std::string line : machine) text += line + "\n";
+        }
         const MachineReading reading = readMachine(text);
         EXPECT_EQ(reading.machine, nullptr) << text;
-        EXPECT_EQ(reading.fault.substr(0, fault.size()), fault) << text;
+        std::vector<std::string> lines;
+        for (const std::string& line : describeMistakes("", reading.mistakes, 100)) lines.push_back(line.substr(1));
+        EXPECT_EQ(lines, faults) << text;
     }
+}
+
+TEST(MachineReader, goesOnForABoundedNumberOfMistakes) {
+    std::string list = "[-1";
+    for (int i = 0; i < 9999; ++i) list += ", -1";
+    const MachineReading reading = readMachine("{\"configSpaceWriteFails\": " + list + "]}");
+    EXPECT_EQ(reading.mistakes.size(), MOST_MISTAKES);
+    const std::vector<std::string> lines = describeMistakes("m", reading.mistakes, 3);
+    ASSERT_EQ(lines.size(), 4);
+    EXPECT_EQ(lines[3], "m: and 197 more");
+    EXPECT_EQ(describeMistakes("m", {{"/\xc2\x85\n\xc3\xa4\xed\xa0\x80", "x"}}, 1).front(),
+              "m: /??\xc3\xa4\\xed\\xa0\\x80: x");
 }
 
 TEST(MachineReader, nullStandsForWhatIsNotThere) {
@@ -47,7 +69,7 @@ TEST(MachineReader, nullStandsForWhatIsNotThere) {
         R"({"controllers": [{"id": 1, "number": null, "records": {"MR_PR_STATUS": null}, "logicalDrives": {"0": null},
             "devices": {"8": {"pages": {"7": null}, "temperature": null, "thresholds": [null, [-1.5, null, 1e39, -1e39]]}}}],
             "configSpace": {"7": null}, "agents": null, "processMonitor": {"register": -1}})");
-    ASSERT_NE(reading.machine, nullptr) << reading.fault;
+    ASSERT_NE(reading.machine, nullptr) << describeMistakes("", reading.mistakes, 9).front();
     const Controller& controller = reading.machine->controllers->front();
     const Device& device = controller.devices.at(8);
     EXPECT_TRUE(controller.records.empty() && controller.logicalDrives.empty() && !controller.number);
