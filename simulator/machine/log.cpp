@@ -23,7 +23,8 @@ size_t lengthOfCharacter(std::string_view text) {
         if ((byte(i) & 0xC0) != 0x80) return 0;
     const bool isOverlong = (first == 0xE0 && byte(1) < 0xA0) || (first == 0xF0 && byte(1) < 0x90);
     const bool isBeyond = (first == 0xED && byte(1) > 0x9F) || (first == 0xF4 && byte(1) > 0x8F);
-    return isOverlong || isBeyond ? 0 : length;
+    const bool isControl = first == 0xC2 && byte(1) < 0xA0;
+    return isOverlong || isBeyond || isControl ? 0 : length;
 }
 
 std::string timeText() {

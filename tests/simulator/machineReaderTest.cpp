@@ -61,7 +61,7 @@ TEST(MachineReader, goesOnForABoundedNumberOfMistakes) {
     ASSERT_EQ(lines.size(), 4);
     EXPECT_EQ(lines[3], "m: and 197 more");
     EXPECT_EQ(describeMistakes("m", {{"/\xc2\x85\n\xc3\xa4\xed\xa0\x80", "x"}}, 1).front(),
-              "m: /??\xc3\xa4\\xed\\xa0\\x80: x");
+              "m: /\\xc2\\x85\\x0a\xc3\xa4\\xed\\xa0\\x80: x");
 }
 
 TEST(MachineReader, nullStandsForWhatIsNotThere) {
