@@ -23,6 +23,7 @@ constexpr int FAULTY_MACHINE = 3;
 
 struct Settings : sim::Places {
     std::string topic;
+    bool json = false;
     std::string pointer;
     std::string value;
 
@@ -33,11 +34,53 @@ void print(const std::vector<std::string>& lines) {
     for (const std::string& line : lines) printf("%s\n", line.c_str());
 }
 
+std::string cellOf(const nlohmann::ordered_json& value) {
+    if (value.is_null()) return "-";
+    return value.is_string() ? value.get<std::string>() : value.dump();
+}
+
+// Columns as wide as their widest cell.
+void printTable(const nlohmann::ordered_json& rows) {
+    if (rows.empty()) return;
+    std::vector<std::string> names;
+    std::vector<size_t> widths;
+    for (const auto& [name, value] : rows.front().items()) {
+        names.push_back(name);
+        widths.push_back(name.size());
+    }
+    for (const auto& row : rows)
+        for (size_t i = 0; i < names.size(); i++)
+            if (row.contains(names[i])) widths[i] = std::max(widths[i], cellOf(row.at(names[i])).size());
+    const auto printRow = [&](const auto& cell) {
+        std::string line;
+        for (size_t i = 0; i < names.size(); i++) {
+            std::string text = cell(i);
+            text.resize(widths[i] + 2, ' ');
+            line += text;
+        }
+        line.resize(line.find_last_not_of(' ') + 1);
+        printf("%s\n", line.c_str());
+    };
+    printRow([&](size_t i) { return names[i]; });
+    for (const auto& row : rows)
+        printRow([&](size_t i) { return row.contains(names[i]) ? cellOf(row.at(names[i])) : std::string("-"); });
+}
+
 int show(const Settings& settings) {
-    nlohmann::ordered_json machine = sim::loadMachine(settings.machine());
-    if (!machine.contains("controllers") || !machine["controllers"].is_array()) return 0;
-    if (settings.topic != "volumes") print(sim::describeDrives(machine));
-    if (settings.topic != "drives") print(sim::describeVolumes(machine));
+    nlohmann::ordered_json tables = sim::describeMachine(sim::loadMachine(settings.machine()));
+    if (!settings.topic.empty()) tables = {{settings.topic, tables.at(settings.topic)}};
+    if (settings.json) {
+        printf("%s\n", tables.dump(2).c_str());
+        return 0;
+    }
+    const char* separator = "";
+    for (const auto& [name, rows] : tables.items()) {
+        if (rows.empty() && settings.topic.empty()) continue;
+        printf("%s", separator);
+        if (rows.empty()) printf("no %s\n", name.c_str());
+        printTable(rows);
+        separator = "\n";
+    }
     return 0;
 }
 
@@ -112,25 +155,37 @@ std::string sim::Places::machine() const {
 
 namespace {
 
+// The words themselves are checked where they are done.
+constexpr struct {
+    const char* name;
+    const char* help;
+} OBJECTS[] = {
+    {"drive", "ADAPTER/DEVICE or ADAPTER/eENCLOSURE:SLOT fail|pull|insert|online|rebuild "
+              "N%|spare|foreign|predict|temperature N: "
+              "bmcsim drive 0/8 fail"},
+    {"volume", "ADAPTER/TARGET degrade|offline|optimal|initialize N%|check N%: bmcsim volume 0/1 check 12%"},
+    {"enclosure",
+     "ADAPTER/NUMBER remove, or ADAPTER add KP17|KP17M2|KP23 --drives N: bmcsim enclosure 0 add KP23 --drives 12"},
+    {"fan", "ADAPTER/ENCLOSURE/NUMBER fail|ok|RPM|+N|-N: bmcsim fan 0/1/2 fail"},
+    {"supply", "ADAPTER/ENCLOSURE/NUMBER fail|ok: bmcsim supply 0/1/0 fail"},
+    {"sensor", "ADAPTER/ENCLOSURE/NUMBER fail|ok|DEGREES|+N|-N: bmcsim sensor 0/1/0 +5"},
+    {"battery", "ADAPTER fail|low|learn|ok|remove: bmcsim battery 0 low"},
+    {"controller", "ADAPTER remove|return: bmcsim controller 1 remove"},
+    {"agents", "connected|limited|down: bmcsim agents down"},
+    {"host", "name|location|contact TEXT: bmcsim host location \"Hall 2\""}};
+
 int run(int argc, char** argv) {
     CLI::App app("Shows and changes the server that the daemon sees on a workstation.", "bmcsim");
     Settings settings;
-    std::vector<std::string> words;
     app.require_subcommand(1);
     app.add_option("--root", settings.root, "the root directory (BMC_ROOT, else bmc)");
     app.add_option("--file", settings.file, "a machine file at rest, in place of the root's");
 
     CLI::App* showCommand = app.add_subcommand("show", "what the machine is: bmcsim show drives");
-    showCommand->add_option("topic", settings.topic)->check(CLI::IsMember({"drives", "volumes"}));
-    const std::vector<std::pair<const char*, const char*>> objects = {
-        {"drive", "ADAPTER/DEVICE fail|pull|online|rebuild N%|spare|foreign|predict|temperature N: "
-                  "bmcsim drive 0/8 fail"},
-        {"volume", "ADAPTER/TARGET degrade|offline|optimal|initialize N%|check N%: bmcsim volume 0/1 degrade"},
-        {"agents", "connected|limited|down: bmcsim agents down"}};
-    for (const auto& [name, help] : objects) {
-        CLI::App* command = app.add_subcommand(name, help);
-        command->add_option("words", words)->required();
-    }
+    showCommand->add_option("topic", settings.topic)
+        ->check(CLI::IsMember({"drives", "volumes", "enclosures", "battery", "host", "faults"}));
+    showCommand->add_flag("--json", settings.json, "the tables as JSON");
+    for (const auto& [name, help] : OBJECTS) app.add_subcommand(name, help)->prefix_command();
     CLI::App* getCommand = app.add_subcommand("get", "the value at a JSON pointer");
     getCommand->add_option("POINTER", settings.pointer)->required();
     CLI::App* setCommand = app.add_subcommand("set", "sets it: bmcsim set /controllers/0/batteryStatus 2");
@@ -153,6 +208,7 @@ int run(int argc, char** argv) {
         if (command == "wait") return wait(settings);
         for (const char* done : {"machine", "check", "schema", "fault", "log"}) // while they were read
             if (command == done) return 0;
+        std::vector<std::string> words = app.get_subcommands().front()->remaining();
         words.insert(words.begin(), command);
         return applyAndStore(settings, words);
     } catch (const CLI::RuntimeError& error) {

@@ -14,6 +14,9 @@ namespace sim {
 
 using Json = nlohmann::ordered_json;
 
+// Of a number, or of the table's word for it; 0: neither.
+uint64_t codeOf(const Json& value, std::span<const CodeText> table);
+
 // One record of a controller, a device or a logical drive.
 class RecordEdit {
   public:
@@ -42,5 +45,22 @@ class RecordEdit {
 };
 
 Json* findMember(Json& object, const std::string& name); // NULL: absent or null
+
+// Ranges of devices ("8..31") become single devices for the words; close() puts the ranges back, with what has changed
+// laid over them.
+class RangesOpened {
+  public:
+    explicit RangesOpened(Json& machine);
+    void close();
+
+  private:
+    struct Opened {
+        Json id; // of the controller
+        Json written;
+        Json single;
+    };
+    Json& machine_;
+    std::vector<Opened> opened_;
+};
 
 } // namespace sim

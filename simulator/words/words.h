@@ -19,7 +19,8 @@ struct WordResult {
 // With an error `machine` is as it was.
 WordResult applyWords(nlohmann::ordered_json& machine, std::span<const std::string> words);
 
-std::vector<std::string> describeDrives(nlohmann::ordered_json& machine);
-std::vector<std::string> describeVolumes(nlohmann::ordered_json& machine);
+// Tables of what the machine is: "drives", "volumes", "enclosures", "battery", "host" and "faults", each a list of rows
+// whose members are the columns.
+nlohmann::ordered_json describeMachine(nlohmann::ordered_json machine);
 
 } // namespace sim
