@@ -5,7 +5,7 @@
 
 set -eu -o pipefail
 
-readonly PACKAGES='libcli11-dev libexpat1 libexpat1-dev nlohmann-json3-dev'
+readonly PACKAGES='libcli11-dev libexpat1 libexpat1-dev nlohmann-json3-dev libpugixml1v5 libpugixml-dev'
 readonly sysroot=$1
 readonly state=$sysroot.apt
 

@@ -55,7 +55,10 @@ endfunction()
 set(missing)
 set(defined)
 foreach(name ${BMC_LIBRARIES})
-    find_library(BMC_LIBRARY_${name} ${name} DOC "the firmware's lib${name}")
+    # A directory that is given is meant as it stands; only then the target's own are looked through.
+    find_library(BMC_LIBRARY_${name} ${name} PATHS ${CMAKE_LIBRARY_PATH} NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH
+        DOC "the firmware's lib${name}")
+    find_library(BMC_LIBRARY_${name} ${name})
     if(NOT BMC_LIBRARY_${name})
         list(APPEND missing "  lib${name}: not found, and -DBMC_LIBRARY_${name}=FILE not given")
         continue()
@@ -84,3 +87,6 @@ if(missing)
     list(JOIN missing "\n" missing)
     message(FATAL_ERROR "The firmware's libraries are not complete:\n${missing}\nDirectories are given by -DCMAKE_LIBRARY_PATH, files by the cache variables named.")
 endif()
+
+# What the libraries need themselves is the image's to have.
+target_link_options(commonFlags INTERFACE -Wl,--allow-shlib-undefined)
