@@ -93,7 +93,7 @@ runInside() { # ROOT MACHINE
 
 # An ordinary user gets a user namespace for it, where the system allows it.
 separated() { # COMMAND...
-    local flags=(--mount --pid --fork --kill-child)
+    local flags=(--mount --pid --fork --kill-child --mount-proc)
     ((EUID == 0)) || flags+=(--map-root-user)
     unshare "${flags[@]}" true 2>/dev/null ||
         fail "a root of its own needs namespaces, which this system does not allow here: call it as root, or allow user namespaces"
