@@ -2,9 +2,21 @@
 # Sourced by ./run, ./test and tests/check: what must be on a machine, and the way from there to a build.
 # The caller sets `here`, the directory of the checkout.
 
+releaseName() { (. /etc/os-release && echo "${VERSION_CODENAME-}"); }
+
+# Of clang's tools, as the release has them; another one in the environment holds.
+clangVersion() {
+    case $(releaseName) in
+    bookworm | jammy) echo 14 ;;
+    noble) echo 18 ;;
+    *) echo 19 ;;
+    esac
+}
+export CLANG_VERSION=${CLANG_VERSION:-$(clangVersion)}
+
 # When it is needed, how it is seen to be there, and its package in Debian and Ubuntu. Configuring looks for
 # what the tests are built with as well, so ./run needs it too: one build directory serves both commands.
-readonly PREREQUISITES='
+readonly PREREQUISITES="
 build   command  g++                     g++
 build   command  cmake                   cmake
 build   command  ninja                   ninja-build
@@ -24,18 +36,22 @@ checks  command  git                     git
 checks  command  strace                  strace
 checks  command  promtool                prometheus
 checks  command  mandoc                  mandoc
-checks  command  clang-format-14         clang-format-14
-checks  command  run-clang-tidy-14       clang-tidy-14
+checks  command  clang-format-$CLANG_VERSION         clang-format-$CLANG_VERSION
+checks  command  run-clang-tidy-$CLANG_VERSION       clang-tidy-$CLANG_VERSION
+package command  mmdebstrap              mmdebstrap
+package command  lintian                 lintian
+package command  systemd-analyze         systemd
+package command  shellcheck              shellcheck
 armhf   command  arm-linux-gnueabihf-g++ g++-arm-linux-gnueabihf
 armhf   command  qemu-arm                qemu-user
 armhf   file     /usr/src/googletest/CMakeLists.txt googletest
 coverage command gcovr                   gcovr
-fuzz    command  clang++-14              clang-14
-fuzz    file     /usr/lib/llvm-14/lib/clang/14*/lib/linux/libclang_rt.fuzzer-*.a libclang-rt-14-dev
+fuzz    command  clang++-$CLANG_VERSION              clang-$CLANG_VERSION
+fuzz    file     /usr/lib/llvm-$CLANG_VERSION/lib/clang/$CLANG_VERSION*/lib/linux/libclang_rt.fuzzer-*.a libclang-rt-$CLANG_VERSION-dev
 bench   header   benchmark/benchmark.h   libbenchmark-dev
 bench   command  valgrind                valgrind
 bench   command  arm-linux-gnueabihf-g++ g++-arm-linux-gnueabihf
-'
+"
 
 fail() {
     printf '%s: %s\n' "${0##*/}" "$*" >&2
@@ -57,6 +73,15 @@ missingPackages() { # STAGE...
         [[ " $* " == *" $stage "* ]] && ! isThere "$kind" "$name" && missing+=("$package")
     done <<<"$PREREQUISITES"
     echo "${missing[*]}"
+}
+
+# All packages of the stages, with commas.
+packagesOf() { # STAGE...
+    local stage kind name package found=()
+    while read -r stage kind name package; do
+        [[ " $* " == *" $stage "* ]] && found+=("$package")
+    done <<<"$PREREQUISITES"
+    (IFS=, && echo "${found[*]}")
 }
 
 # Runs a command whose output matters only when it fails; then the end of it is shown.
