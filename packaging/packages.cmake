@@ -57,11 +57,13 @@ function(package_component component package depends description)
 endfunction()
 
 set(CPACK_COMPONENTS_ALL)
-package_component(daemon zeb-mira-update ${systemLibraries} "keeps a server's RAID storage tree current
+if(DAEMON)
+    package_component(daemon zeb-mira-update ${systemLibraries} "keeps a server's RAID storage tree current
 A daemon for a server's management controller: it reads the RAID controllers
 and keeps an XML file about them current. The firmware's libraries are the
 image's to have.")
-if("systemd" IN_LIST SERVICE_FILES AND "sysvinit" IN_LIST SERVICE_FILES) # Debian's have both
+endif()
+if(DAEMON AND "systemd" IN_LIST SERVICE_FILES AND "sysvinit" IN_LIST SERVICE_FILES) # Debian's have both
     file(WRITE ${CMAKE_BINARY_DIR}/packages/conffiles "/etc/init.d/zeb-mira-update\n")
     set(scripts postinst prerm postrm)
     list(TRANSFORM scripts PREPEND ${CMAKE_SOURCE_DIR}/packaging/debian/)
