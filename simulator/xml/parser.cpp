@@ -29,10 +29,20 @@ struct Reader {
     bool failed;
 };
 
+#if XML_MAJOR_VERSION == 2 && XML_MINOR_VERSION < 9 // later ones want them called by these names
+uint64_t XML_GetCurrentLineNumber64(XML_Parser parser) {
+    return XML_GetCurrentLineNumber(parser);
+}
+
+uint64_t XML_GetCurrentColumnNumber64(XML_Parser parser) {
+    return XML_GetCurrentColumnNumber(parser);
+}
+#endif
+
 void fail(Reader& reader, const char* error) {
     reader.failed = true;
-    const auto line = static_cast<unsigned long>(XML_GetCurrentLineNumber(reader.parser));
-    const auto column = static_cast<unsigned long>(XML_GetCurrentColumnNumber(reader.parser)) + 1;
+    const auto line = static_cast<unsigned long>(XML_GetCurrentLineNumber64(reader.parser));
+    const auto column = static_cast<unsigned long>(XML_GetCurrentColumnNumber64(reader.parser)) + 1;
     char text[256];
     snprintf(text, sizeof text, "line %lu, column %lu: %s", line, column, error);
     setErrorText(reader.workArea, text);

@@ -1,8 +1,9 @@
 #pragma once
 
 // Logs and traces without what differs from run to run: times, figures of memory, and addresses. Blocks are numbered in
-// the order of their allocation instead, so that a block that is released too early or in another order shows. Bytes
-// that are no printable ASCII become \xNN.
+// the order of their allocation instead, so that a block that is released too early or in another order shows; one that
+// came before the text is "?", since what has been released untraced may have given its address to another meanwhile.
+// Bytes that are no printable ASCII become \xNN.
 
 #include <cstdint>
 #include <map>

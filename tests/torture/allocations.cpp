@@ -65,7 +65,8 @@ std::string runPoint(const std::string& point) {
     std::smatch parts;
     if (!std::regex_match(point, parts, form)) return "there is no such point";
     failsForEver = parts[4] == "ever";
-    const Duty& duty = dutyNamed(parts[1]);
+    const std::string name = parts[1];
+    const Duty& duty = dutyNamed(name);
     return endure(duty, blowAt(duty, parts[2] == CYCLES[0] ? 0 : 1, std::stoull(parts[3])));
 }
 

@@ -130,7 +130,8 @@ std::string runPoint(const std::string& point) {
     const std::regex form(R"((\w+)-(first|second)-(\d+)-(\w+)-(\w+)-(once|ever))");
     std::smatch parts;
     if (!std::regex_match(point, parts, form)) return "there is no such point";
-    const Duty& duty = dutyNamed(parts[1]);
+    const std::string name = parts[1];
+    const Duty& duty = dutyNamed(name);
     const uint64_t number = std::stoull(parts[3]);
     const bool isXml = parts[4] == "xml";
     const bool isDeciding = !isXml && number <= DECIDING_CALLS;
