@@ -1,6 +1,7 @@
 // raidtree: what the words of the command line do.
 
 #include "raidtree/check.h"
+#include "raidtree/redfish.h"
 #include "raidtree/render.h"
 #include "raidtree/watch.h"
 
@@ -11,6 +12,7 @@
 #include <cstring>
 #include <ctime>
 #include <filesystem>
+#include <fstream>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -182,6 +184,36 @@ int html(const Arguments& arguments) {
     return 0;
 }
 
+// DIR/redfish/v1/Systems/index.json and so on, all of them in the place of those of before.
+int redfish(const Arguments& arguments) {
+    namespace fs = std::filesystem;
+    const States states = loadStates(arguments);
+    const RedfishResources resources = redfishResources(makeReport(arguments, states), states);
+    const fs::path to = fs::path(arguments.output) / "redfish";
+    const fs::path fresh = fs::path(arguments.output) / ".redfish.new";
+    try {
+        if (fs::exists(to) && !fs::exists(to / "v1/index.json")) refuse(to.string() + ": is there, and none of ours");
+        fs::remove_all(fresh);
+        for (const auto& [path, text] : resources) {
+            const fs::path folder = fresh / fs::path(path).relative_path();
+            fs::create_directories(folder);
+            std::ofstream stream;
+            stream.exceptions(std::ios::badbit | std::ios::failbit);
+            stream.open(folder / (text.starts_with('<') ? "index.xml" : "index.json"), std::ios::binary);
+            stream << text;
+            stream.close();
+        }
+        fs::remove_all(to);
+        fs::rename(fresh / "redfish", to);
+        fs::remove_all(fresh);
+    } catch (const std::ios::failure&) {
+        refuse(arguments.output + ": " + strerror(errno));
+    } catch (const fs::filesystem_error& error) {
+        refuse(arguments.output + ": " + error.code().message());
+    }
+    return 0;
+}
+
 std::string timeText() {
     const time_t now = time(nullptr);
     tm local{};
@@ -275,11 +307,18 @@ void describe(CLI::App& app, Arguments& arguments) {
     word = addWord(app, "html", "Write a page about the server", "raidtree html --output raid.html");
     addCommon(word, arguments);
     word->add_option("--output", arguments.output, "The page; otherwise standard output")->type_name("PAGE");
+
+    word = addWord(app, "redfish", "Write the server as resources of Redfish", "raidtree redfish --output mockup");
+    addCommon(word, arguments);
+    word->add_option("--output", arguments.output, "The folder; the files are DIR/redfish/v1/.../index.json")
+        ->required()
+        ->type_name("DIR");
 }
 
 int runWord(int argc, char** argv) {
     constexpr std::pair<const char*, int (*)(const Arguments&)> WORDS[] = {
-        {"show", show}, {"diff", diff}, {"check", check}, {"metrics", metrics}, {"watch", watch}, {"html", html}};
+        {"show", show},   {"diff", diff}, {"check", check},    {"metrics", metrics},
+        {"watch", watch}, {"html", html}, {"redfish", redfish}};
     Arguments arguments;
     CLI::App app("Reads the RAID storage tree for people, for monitoring and for programs.", "raidtree");
     const bool isCheck = argc > 1 && std::string_view(argv[1]) == "check";

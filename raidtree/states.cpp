@@ -42,11 +42,13 @@ std::string textIn(const Json& object, const char* key, const std::string& at) {
 }
 
 Meaning readMeaning(const Json& object, const std::string& at) {
-    checkMembers(object, {"severity", "says", "short"}, at);
+    checkMembers(object, {"severity", "says", "short", "state"}, at);
     const std::string name = textIn(object, "severity", at);
     const auto* const severity = std::find(SEVERITY_NAMES.begin(), SEVERITY_NAMES.end(), name);
     if (severity == SEVERITY_NAMES.end()) refuse(at, R"("severity" is ok, info, warning or critical)");
-    return {Severity(severity - SEVERITY_NAMES.begin()), textIn(object, "says", at), textIn(object, "short", at), true};
+    const std::string state = textIn(object, "state", at);
+    return {Severity(severity - SEVERITY_NAMES.begin()), textIn(object, "says", at), textIn(object, "short", at),
+            state.empty() ? "Enabled" : state, true};
 }
 
 Number numberIn(const Json& object, const char* key, const std::string& at) {

@@ -19,6 +19,7 @@ struct Meaning {
     Severity severity = Severity::warning;
     std::string says;      // for people; the text itself where the table has no other words
     std::string shortForm; // a few letters, for the cell of a bay
+    std::string state;     // of Redfish: Enabled, unless the table has another; empty: not known
     bool isKnown = false;
 };
 
