@@ -27,6 +27,7 @@ build   header   gtest/gtest.h           libgtest-dev
 build   header   gmock/gmock.h           libgmock-dev
 build   command  python3                 python3
 build   header   pugixml.hpp             libpugixml-dev
+build   header   httplib.h               libcpp-httplib-dev
 build   command  xmllint                 libxml2-utils
 build   command  readelf                 binutils
 test    command  /usr/sbin/snmpd         snmpd

@@ -3,10 +3,13 @@
 #include "raidtree/check.h"
 #include "raidtree/redfish.h"
 #include "raidtree/render.h"
+#include "raidtree/serve/follower.h"
+#include "raidtree/serve/server.h"
 #include "raidtree/watch.h"
 
 #include <CLI/CLI.hpp>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -25,7 +28,7 @@ constexpr const char* DEFAULT_TREE = "/var/RAIDStorageDeviceTree.xml";
 constexpr int EXIT_TROUBLE = 2;
 
 struct Arguments {
-    std::string tree = DEFAULT_TREE, other, log, states, output, baseline;
+    std::string tree = DEFAULT_TREE, other, log, states, output, baseline, listen = "127.0.0.1:8080";
     bool asJson = false, problemsOnly = false, isShort = false, everything = false, noLog = false;
     int64_t maxUpdateAge = 900;
     int64_t expectedDrives = -1;
@@ -113,9 +116,9 @@ std::string logPath(const Arguments& arguments) {
     return (std::filesystem::path(arguments.tree).parent_path() / "LogFile.RST").string();
 }
 
-Report makeReport(const Arguments& arguments, const States& states) {
+Report reportOn(Server server, const Arguments& arguments, const States& states) {
     Report report;
-    report.server = readServer(arguments.tree);
+    report.server = std::move(server);
     report.problems = findProblems(report.server, states);
     if (arguments.noLog || (arguments.tree == "-" && arguments.log.empty())) return report;
     try {
@@ -124,6 +127,10 @@ Report makeReport(const Arguments& arguments, const States& states) {
         report.updateError = error.what();
     }
     return report;
+}
+
+Report makeReport(const Arguments& arguments, const States& states) {
+    return reportOn(readServer(arguments.tree), arguments, states);
 }
 
 int show(const Arguments& arguments) {
@@ -239,6 +246,35 @@ int watch(const Arguments& arguments) {
     return 0;
 }
 
+Publication publish(const Arguments& arguments, const States& states) {
+    try {
+        std::string text = readTreeText(arguments.tree);
+        const Report report = reportOn(parseServer(text, arguments.tree), arguments, states);
+        return publishServer(std::move(text), report, states);
+    } catch (const InputError& error) {
+        return publishTrouble(error.what());
+    }
+}
+
+int serve(const Arguments& arguments) {
+    if (arguments.tree == "-") refuse("standard input cannot be followed: serve wants a file");
+    const States states = loadStates(arguments);
+    const Listener listener = listenAt(arguments.listen);
+    sigset_t ends; // before there are threads
+    sigemptyset(&ends);
+    sigaddset(&ends, SIGTERM);
+    sigaddset(&ends, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &ends, nullptr);
+    const Follower follower(arguments.tree, [&] { return publish(arguments, states); });
+    print("http://" + listener.address + "/\n");
+    if (!listener.isLoopback)
+        print(
+            "Whoever reaches this address can read what the tree says of this server: names, serial numbers, states.\n"
+            "Nobody is asked for a password, and nothing is encrypted. Nothing can be changed.\n");
+    serveUntilSignal(listener, [&] { return follower.latest(); });
+    return 0;
+}
+
 void addTree(CLI::App* word, Arguments& arguments) {
     word->add_option("FILE", arguments.tree, "The tree; - is standard input")->capture_default_str();
 }
@@ -308,6 +344,13 @@ void describe(CLI::App& app, Arguments& arguments) {
     addCommon(word, arguments);
     word->add_option("--output", arguments.output, "The page; otherwise standard output")->type_name("PAGE");
 
+    word = addWord(app, "serve", "Serve the page, live, metrics and a Redfish view over HTTP",
+                   "raidtree serve --listen 127.0.0.1:8080");
+    addCommon(word, arguments);
+    word->add_option("--listen", arguments.listen, "The address of an interface and a port; 0: a free one")
+        ->capture_default_str()
+        ->type_name("ADDR:PORT");
+
     word = addWord(app, "redfish", "Write the server as resources of Redfish", "raidtree redfish --output mockup");
     addCommon(word, arguments);
     word->add_option("--output", arguments.output, "The folder; the files are DIR/redfish/v1/.../index.json")
@@ -317,8 +360,8 @@ void describe(CLI::App& app, Arguments& arguments) {
 
 int runWord(int argc, char** argv) {
     constexpr std::pair<const char*, int (*)(const Arguments&)> WORDS[] = {
-        {"show", show},   {"diff", diff}, {"check", check},    {"metrics", metrics},
-        {"watch", watch}, {"html", html}, {"redfish", redfish}};
+        {"show", show},   {"diff", diff}, {"check", check},     {"metrics", metrics},
+        {"watch", watch}, {"html", html}, {"redfish", redfish}, {"serve", serve}};
     Arguments arguments;
     CLI::App app("Reads the RAID storage tree for people, for monitoring and for programs.", "raidtree");
     const bool isCheck = argc > 1 && std::string_view(argv[1]) == "check";

@@ -40,8 +40,9 @@ std::string jsonText(const std::string& text); // quoted
 // Prometheus text. Without a report: the tree could not be read.
 std::string renderMetrics(const Report* report, const States& states);
 
-// One page that needs nothing else.
-std::string renderPage(const Report& report, const States& states);
-std::string markupText(const std::string& text); // so that nothing in it is markup
+// One page that needs nothing else; live, it brings itself up to date from the server that it comes from.
+std::string renderPage(const Report& report, const States& states, bool isLive = false);
+std::string renderTroublePage(const std::string& why); // live: there is no tree
+std::string markupText(const std::string& text);       // so that nothing in it is markup
 
 } // namespace raidtree

@@ -34,7 +34,7 @@ std::string stateText(const Record& record, const States& states, const Verdict&
 
 class Page {
   public:
-    Page(const Report& report, const States& states) : report_(report), states_(states) {}
+    Page(const Report& report, const States& states, bool isLive) : report_(report), states_(states), isLive_(isLive) {}
     std::string make();
 
   private:
@@ -87,19 +87,28 @@ class Page {
 
     const Report& report_;
     const States& states_;
+    bool isLive_;
     std::string text_;
 };
 
+// Nothing may be loaded; live, what the same server has.
+std::string pageHead(const std::string& title, bool isLive) {
+    return std::string("<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
+                       "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; style-src "
+                       "'unsafe-inline'; img-src data:") +
+           (isLive ? "; script-src 'self'; connect-src 'self'" : "") +
+           "\">\n<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
+           "<link rel=\"icon\" href=\"data:,\">\n<title>" +
+           markupText(title) + "</title>\n<style>\n" + STYLE + "</style>\n" +
+           (isLive ? "<script src=\"/live.js\" defer></script>\n" : "") + "</head>\n<body>\n" +
+           "<a class=\"skip\" href=\"#adapters\">To the adapters</a>\n<header>\n" +
+           (isLive ? "<p id=\"live\" role=\"status\"></p>\n" : "");
+}
+
 void Page::head() {
     const std::string name = report_.server.name.empty() ? "Server without name" : report_.server.name;
-    text_ += "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
-             "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; style-src 'unsafe-inline'\">\n"
-             "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
-             "<link rel=\"icon\" href=\"data:,\">\n"
-             "<title>" +
-             markupText(name) + ": " + markupText(problemsText(report_.problems, 1)) + "</title>\n<style>\n" + STYLE +
-             "</style>\n</head>\n<body>\n<a class=\"skip\" href=\"#adapters\">To the adapters</a>\n<header>\n<h1>" +
-             markupText(name) + "</h1>\n<p>Summary in the tree: " +
+    text_ += pageHead(name + ": " + problemsText(report_.problems, 1), isLive_) + "<h1>" + markupText(name) +
+             "</h1>\n<p>Summary in the tree: " +
              markupText(report_.server.summary.overall.empty() ? "none" : report_.server.summary.overall);
     if (report_.update) {
         char when[32] = "";
@@ -269,8 +278,16 @@ std::string markupText(const std::string& text) {
     return markup;
 }
 
-std::string renderPage(const Report& report, const States& states) {
-    return Page(report, states).make();
+std::string renderPage(const Report& report, const States& states, bool isLive) {
+    return Page(report, states, isLive).make();
+}
+
+std::string renderTroublePage(const std::string& why) {
+    return pageHead("No RAID storage tree", true) +
+           "<h1>No RAID storage tree</h1>\n</header>\n<main id=\"adapters\">\n<section aria-labelledby=\"problems\">\n"
+           "<h2 id=\"problems\">Nothing is known</h2>\n<p class=\"critical\"><strong>There is no tree that can be "
+           "read:</strong> " +
+           markupText(why) + "</p>\n</section>\n</main>\n</body>\n</html>\n";
 }
 
 } // namespace raidtree

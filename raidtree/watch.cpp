@@ -17,7 +17,8 @@ constexpr int SETTLE_MILLISECONDS = 20; // what belongs together comes together
 
 } // namespace
 
-FileWatch::FileWatch(std::string path) : path_(std::move(path)), fd_(inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
+FileWatch::FileWatch(std::string path, int end)
+    : path_(std::move(path)), fd_(inotify_init1(IN_CLOEXEC | IN_NONBLOCK)), end_(end) {
     if (fd_ == -1) throw InputError(std::string("changes of files cannot be watched: ") + strerror(errno));
     wait();
 }
@@ -26,7 +27,7 @@ FileWatch::~FileWatch() {
     close(fd_);
 }
 
-void FileWatch::wait() {
+bool FileWatch::wait() {
     const bool isFirst = folderWatch_ == -1;
     // Both again each time: another file or folder may bear the name by now. For what is the same this does nothing.
     const std::string folder = std::filesystem::path(path_).parent_path().string();
@@ -36,15 +37,16 @@ void FileWatch::wait() {
     if (file != fileWatch_ && fileWatch_ != -1) inotify_rm_watch(fd_, fileWatch_);
     const bool isOther = file != fileWatch_;
     fileWatch_ = file;
-    if (isFirst || isOther) return;
+    if (isFirst || isOther) return true;
 
-    pollfd event = {fd_, POLLIN, 0};
-    poll(&event, 1, LOOK_MILLISECONDS);
+    pollfd events[] = {{fd_, POLLIN, 0}, {end_, POLLIN, 0}}; // none is -1
+    poll(events, 2, LOOK_MILLISECONDS);
     do {
         std::array<char, 4096> ignored{};
         while (read(fd_, ignored.data(), ignored.size()) > 0) {
         }
-    } while (poll(&event, 1, SETTLE_MILLISECONDS) > 0);
+    } while (poll(events, 1, SETTLE_MILLISECONDS) > 0);
+    return events[1].revents == 0;
 }
 
 void watchServer(const std::string& path, const std::function<void(const Server& before, const Server& now)>& changed,

@@ -14,16 +14,17 @@ namespace raidtree {
 // network's file system) is looked for every few seconds.
 class FileWatch {
   public:
-    explicit FileWatch(std::string path);
+    explicit FileWatch(std::string path, int end = -1);
     ~FileWatch();
     FileWatch(const FileWatch&) = delete;
     FileWatch& operator=(const FileWatch&) = delete;
 
-    void wait();
+    bool wait(); // false: `end` can be read
 
   private:
     std::string path_;
     int fd_;
+    int end_;
     int fileWatch_ = -1;
     int folderWatch_ = -1;
 };
