@@ -46,6 +46,10 @@ package command  shellcheck              shellcheck
 armhf   command  arm-linux-gnueabihf-g++ g++-arm-linux-gnueabihf
 armhf   command  qemu-arm                qemu-user
 armhf   file     /usr/src/googletest/CMakeLists.txt googletest
+browser command  chromium                chromium
+redfish file     /usr/lib/python3/dist-packages/jsonschema/__init__.py python3-jsonschema
+redfish file     /usr/lib/python3/dist-packages/sushy/__init__.py python3-sushy
+redfish command  redfishtool             redfishtool
 coverage command gcovr                   gcovr
 fuzz    command  clang++-$CLANG_VERSION              clang-$CLANG_VERSION
 fuzz    file     /usr/lib/llvm-$CLANG_VERSION/lib/clang/$CLANG_VERSION*/lib/linux/libclang_rt.fuzzer-*.a libclang-rt-$CLANG_VERSION-dev
