@@ -13,6 +13,7 @@
 #include <sys/signalfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 // The library reads requests and writes answers in memory. The connections are ours: its own threads would wait for
@@ -71,6 +72,7 @@ class Responder : private httplib::Server {
         set_keep_alive_timeout(IDLE_TIME.count());
         set_keep_alive_max_count(1000000);
         set_pre_routing_handler([this, latest](const httplib::Request& request, httplib::Response& response) {
+            isUnderstood_ = true;
             const Answer answer =
                 answerTo({request.method, request.path, request.get_header_value("If-None-Match")}, *latest());
             response.status = answer.status;
@@ -99,9 +101,13 @@ class Responder : private httplib::Server {
             request.set_header("Connection", "close");
         };
         const bool isDone = process_request(stream, false, isLast, setUp);
-        isLast = isLast || hasBody || !isDone || stream.out.starts_with("HTTP/1.1 400");
+        const bool isUnderstood = std::exchange(isUnderstood_, false);
+        isLast = isLast || hasBody || !isDone || !isUnderstood;
         return std::move(stream.out);
     }
+
+  private:
+    bool isUnderstood_ = false; // the library refuses by itself what is not HTTP
 };
 
 struct Connection {
