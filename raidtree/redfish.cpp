@@ -187,6 +187,8 @@ void Redfish::addService() {
     for (const Problem& problem : report_.problems) worst = std::max(worst, problem.severity);
     add(SYSTEM, "#ComputerSystem.v1_28_0.ComputerSystem", "server", server.name,
         {{"Status", {{"Health", healthName(worst)}, {"HealthRollup", healthName(worst)}}},
+         {"Actions", Json::object()}, // clients insist on these two, with nothing in them
+         {"Boot", Json::object()},
          {"Storage", linkTo(SYSTEM + "/Storage")},
          {"Links", {{"Chassis", Json::array({linkTo(OWN_CHASSIS)})}}}});
     Json storages = Json::array();
