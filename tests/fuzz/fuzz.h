@@ -20,6 +20,7 @@ void tryInBand(std::string_view bytes);
 void tryMachineFile(std::string_view text);
 void tryParseText(std::string_view bytes);
 void tryReadServer(std::string_view bytes);
+void tryServe(std::string_view bytes);
 void trySnmp(std::string_view bytes);
 void tryTree(std::string_view bytes);
 

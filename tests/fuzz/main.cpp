@@ -12,10 +12,10 @@ namespace {
 const struct {
     std::string_view name;
     void (*tryInput)(std::string_view bytes);
-} TARGETS[] = {{"hostData", tryHostData},    {"inBand", tryInBand}, {"machineFile", tryMachineFile},
-               {"parseText", tryParseText},  {"snmp", trySnmp},     {"tree", tryTree},
+} TARGETS[] = {{"hostData", tryHostData},     {"inBand", tryInBand}, {"machineFile", tryMachineFile},
+               {"parseText", tryParseText},   {"snmp", trySnmp},     {"tree", tryTree},
 #ifdef WITH_RAIDTREE // not for every processor
-               {"readServer", tryReadServer}
+               {"readServer", tryReadServer}, {"serve", tryServe}
 #endif
 };
 
