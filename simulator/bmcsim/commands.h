@@ -22,5 +22,7 @@ void addCheckCommand(CLI::App& app); // "check" and "schema"
 // Both outlive the parsing.
 void addFaultCommand(CLI::App& app, const Places& places);
 void addLogCommand(CLI::App& app, const Places& places);
+void addStepCommand(CLI::App& app, const Places& places);
+void addPlayCommand(CLI::App& app); // where raidtree's library is built too
 
 } // namespace sim

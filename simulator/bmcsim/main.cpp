@@ -198,6 +198,10 @@ int run(int argc, char** argv) {
     sim::addCheckCommand(app);
     sim::addFaultCommand(app, settings);
     sim::addLogCommand(app, settings);
+    sim::addStepCommand(app, settings);
+#ifdef HAS_PLAY
+    sim::addPlayCommand(app);
+#endif
 
     try {
         app.parse(argc, argv);
@@ -206,7 +210,7 @@ int run(int argc, char** argv) {
         if (command == "get") return get(settings);
         if (command == "set") return set(settings);
         if (command == "wait") return wait(settings);
-        for (const char* done : {"machine", "check", "schema", "fault", "log"}) // while they were read
+        for (const char* done : {"machine", "check", "schema", "fault", "log", "step", "play"}) // while they were read
             if (command == done) return 0;
         std::vector<std::string> words = app.get_subcommands().front()->remaining();
         words.insert(words.begin(), command);

@@ -18,7 +18,7 @@
 namespace sim {
 namespace {
 
-constexpr timespec STANDING_INTERVAL = {0, 5000000}; // how often a standing clock looks at its limit file
+constexpr timespec STANDING_INTERVAL = {0, 2000000}; // how often a standing clock looks at its limit file
 constexpr int64_t LAST_SECOND = 253402300799;        // of the year 9999
 
 // Handlers must not run while the clock is locked: they may end the process or ask for the time.

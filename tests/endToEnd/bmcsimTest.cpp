@@ -3,6 +3,8 @@
 #include "tests/endToEnd/daemonProcess.h"
 
 #include <filesystem>
+#include <regex>
+#include <sstream>
 
 namespace {
 
@@ -282,6 +284,70 @@ TEST_F(Bmcsim, aLinkedMachineFileStaysALinkAndTheOldOneIsKept) {
     EXPECT_EQ(ordered_json::parse(daemon.read("elsewhere.json.old")), shipped());
     EXPECT_EQ(bmcsim("get /controllers/0/virtualDiskStatus"), 0);
     EXPECT_EQ(said, "1\n");
+}
+
+TEST_F(Bmcsim, playTellsWhatTheTreeDoes) {
+    if (*EMULATOR != 0) GTEST_SKIP() << "bmcsim cannot start the daemon there";
+    ordered_json machine = shipped();
+    machine["timeline"] = {{{"at", "00:07:00"}, {"do", "drive 0/10 fail"}},
+                           {{"at", "30min"}, {"do", "drive 0/8 temperature 60"}},
+                           {{"at", "1h"}, {"do", "drive 0/12 rebuild 100%"}},
+                           {{"at", "00:59:59"}, {"do", "drive 0/8 temperature 61"}},
+                           {{"at", "1h 1s"}, {"do", "drive 0/8 pull"}}};
+    place(machine);
+    const std::string before = daemon.read("machine.json");
+    ASSERT_EQ(bmcsim("play " + daemon.path("machine.json") + " --for 1h"), 0) << said;
+    EXPECT_EQ(std::regex_replace(said, std::regex(" \\(.*\\)"), ""),
+              R"(00:00:00  first tree: 2 adapters, 3 volumes, 8 drives
+00:07:00  timeline: drive 0/10 fail
+00:10:00  adapter 0: status OK -> Degraded
+00:10:00  volume 0/1: status Optimal -> Degraded
+00:10:00  drive 0/10: status Online -> Failed
+00:10:00  drive 0/12: speed not told -> 10500 rpm
+00:10:00  drive 0/12: status Hot Spare -> Rebuild
+00:10:00  drive 0/12: activity Idle -> Rebuild in progress
+00:10:00  drive 0/12: power status Spun Down -> Active
+00:30:00  timeline: drive 0/8 temperature 60
+00:30:00  only figures have changed
+00:59:59  timeline: drive 0/8 temperature 61
+01:00:00  timeline: drive 0/12 rebuild 100%
+01:00:00  adapter 0: status Degraded -> OK
+01:00:00  volume 0/1: status Degraded -> Optimal
+01:00:00  drive 0/12: status Rebuild -> Online
+01:00:00  drive 0/12: activity Rebuild in progress -> Idle
+01:00:00  end: 13 updates, 4 trees written
+)");
+    EXPECT_EQ(daemon.read("machine.json"), before);
+    EXPECT_EQ(bmcsim("play " + daemon.path("machine.json") + " --for 1x"), 2);
+    daemon.write("machine.json", R"({"timeline": [{"at": "1s", "do": "drive 0/8 fail"}]})");
+    EXPECT_EQ(bmcsim("play " + daemon.path("machine.json")), 3);
+    EXPECT_NE(said.find("/timeline/0/do: there is no adapter 0"), std::string::npos) << said;
+}
+
+TEST_F(Bmcsim, stepMovesAStandingClockAndTellsTheUpdates) {
+    EXPECT_EQ(bmcsim("step 5min"), 1);
+    EXPECT_NE(said.find("no daemon runs"), std::string::npos) << said;
+    place(shipped());
+    daemon.runToPass(1);
+    const ordered_json now = ordered_json::parse(daemon.read("simulator/now"));
+    EXPECT_EQ(now, ordered_json({{"time", 30},
+                                 {"nextUpdate", 300},
+                                 {"file", "taken"},
+                                 {"standing", true},
+                                 {"speed", 0},
+                                 {"start", 4354819200},
+                                 {"pid", daemon.pid()}}));
+    ASSERT_EQ(bmcsim("step 1min"), 0) << said;
+    EXPECT_EQ(said, "time 00:00:30 -> 00:01:30\nno update; the next one is at 00:05:00\n");
+    ASSERT_EQ(bmcsim("drive 0/8 fail"), 0);
+    ASSERT_EQ(bmcsim("step 00:08:30"), 0) << said;
+    EXPECT_EQ(said, "time 00:01:30 -> 00:10:00\nupdate: written\nupdate: nothing new\n");
+    daemon.write("machine.json", "{");
+    ASSERT_EQ(bmcsim("step 5min"), 0) << said;
+    EXPECT_NE(said.find("refused"), std::string::npos) << said;
+    EXPECT_EQ(bmcsim("step 0"), 2);
+    daemon.finish();
+    EXPECT_EQ(daemon.read("simulator/now") + daemon.read("simulator/clock"), "");
 }
 
 } // namespace
