@@ -4,9 +4,7 @@
 readonly snmpConf=$root/conf/snmp_users.conf
 readonly snmpPidFile=$root/var/run/snmpd.pid
 readonly snmpLog=$root/simulator/snmpd.log
-
-# The line of the machine file by which the daemon's signals reach it.
-readonly SNMPD_LINE='^  "processes": {"[0-9]*": {"cmdline": \["/usr/sbin/snmpd"\]}},$'
+readonly adopted=$root/simulator/adopted # processes beside those of the machine file that the daemon's signals reach
 
 snmpSettings() {
     export SNMP_PERSISTENT_DIR=$root/simulator/snmp MIBS='' MIBDIRS=/nonexistent SNMPCONFPATH=/nonexistent
@@ -18,20 +16,22 @@ isOurSnmpd() { # PID
 
 stopSnmpd() {
     local pid
-    [[ -r $snmpPidFile ]] && read -r pid <"$snmpPidFile" && isOurSnmpd "$pid" || return 0
+    if ! [[ -r $snmpPidFile ]] || ! read -r pid <"$snmpPidFile" || ! isOurSnmpd "$pid"; then
+        rm -f "$adopted" 2>/dev/null # of one that has ended otherwise
+        return 0
+    fi
+    rm -rf "$adopted" "$root/proc/$pid" || exit
     kill -TERM "$pid" || fail "could not stop snmpd (process $pid)"
     while isOurSnmpd "$pid"; do sleep 0.05; done
     rm -f "$snmpPidFile" "$root/var/run/snmpd.run"
     echo "Stopped snmpd (process $pid)."
 }
 
-# The machine file lists it, so that it is told to reload.
-describeSnmpd() { # PID
-    local described=$root/machine.json
-    sed -i "\\|$SNMPD_LINE|d" "$described" || exit
-    [[ $1 != none ]] || return 0
-    ! grep -q '"processes"' "$described" || fail "$described has processes of its own: --snmpd wants to list snmpd there"
-    sed -i "0,/{/s//{\n  \"processes\": {\"$1\": {\"cmdline\": [\"\/usr\/sbin\/snmpd\"]}},/" "$described" || exit
+# So that it is found and told to reload. Its number may be another process's one day: it is not left behind.
+adoptSnmpd() { # PID
+    mkdir -p "$root/proc/$1" || exit
+    printf '/usr/sbin/snmpd\0' >"$root/proc/$1/cmdline" || exit
+    echo "$1" >"$adopted" || exit
 }
 
 # A free port is asked of the system by trying.
@@ -51,7 +51,7 @@ startSnmpd() {
             if [[ -s $snmpPidFile ]] && grep -q 'NET-SNMP version' "$snmpLog" 2>/dev/null; then
                 snmpPort=$port
                 echo "$pid" >"$root/var/run/snmpd.run"
-                describeSnmpd "$pid"
+                adoptSnmpd "$pid"
                 return
             fi
             sleep 0.05

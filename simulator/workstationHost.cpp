@@ -5,6 +5,7 @@
 #include "simulator/machine/callLog.h"
 #include "simulator/machine/clock.h"
 #include "simulator/machine/machine.h"
+#include "simulator/machine/processes.h"
 #include "simulator/machine/root.h"
 
 #include <cerrno>
@@ -34,7 +35,7 @@ int hostStartThread(pthread_t* thread, void* (*body)(void*)) {
 // Only processes of the described machine get signals. The daemon finds process ids in files that a test may
 // have made up, and they may be those of anybody here.
 int hostSignal(pid_t pid, int signal) {
-    const bool known = pid > 0 && sim::currentMachine()->processes.contains(pid);
+    const bool known = pid > 0 && (sim::currentMachine()->processes.contains(pid) || sim::isAdopted(pid));
     const int result = known ? kill(pid, signal) : 0;
     const int error = errno;
     const sim::CallValue arguments[] = {pid, signal};

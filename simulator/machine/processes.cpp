@@ -3,6 +3,7 @@
 #include "simulator/machine/log.h"
 #include "simulator/machine/root.h"
 
+#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -38,6 +39,18 @@ void layOutProcesses(const Machine& machine) {
         list += std::to_string(pid) + "\n";
     }
     if (!list.empty() || std::filesystem::exists(simulatorFile(LIST))) replaceFile(simulatorFile(LIST), list);
+}
+
+bool isAdopted(int32_t pid) {
+    const NotCancelled guard;
+    try {
+        std::ifstream list(simulatorFile("adopted"));
+        for (int32_t listed = 0; list >> listed;)
+            if (listed == pid) return true;
+    } catch (const std::exception&) { // no memory
+        return false;
+    }
+    return false;
 }
 
 } // namespace sim

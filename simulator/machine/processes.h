@@ -10,4 +10,8 @@ namespace sim {
 // have put there stays.
 void layOutProcesses(const Machine& machine);
 
+// Whether the file simulator/adopted has the id: one a line, of processes of this computer that belong to the described
+// machine without standing in its file.
+bool isAdopted(int32_t pid);
+
 } // namespace sim

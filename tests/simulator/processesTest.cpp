@@ -8,22 +8,28 @@
 
 namespace {
 
-TEST(Processes, ofTheMachineAloneGetSignals) {
-    const pid_t child = fork();
-    if (child == 0) {
-        pause();
-        _exit(1);
+TEST(Processes, ofTheMachineAndAdoptedOnesAloneGetSignals) {
+    for (const bool isAdopted : {false, true}) {
+        const pid_t child = fork();
+        if (child == 0) {
+            pause();
+            _exit(1);
+        }
+        const std::string id = std::to_string(child);
+        placeFile(below("/machine.json"), "{}");
+        EXPECT_EQ(hostSignal(child, SIGKILL), 0);
+        EXPECT_EQ(waitpid(child, nullptr, WNOHANG), 0);
+        if (isAdopted)
+            placeFile(below("/simulator/adopted"), "1\n" + id + "\n");
+        else
+            placeFile(below("/machine.json"), R"({"processes": {")" + id + R"(": {}}})");
+        EXPECT_EQ(hostSignal(child, SIGTERM), 0);
+        int status = 0;
+        EXPECT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_EQ(WTERMSIG(status), SIGTERM);
+        EXPECT_EQ(hostSignal(child, SIGTERM), -1);
+        EXPECT_EQ(errno, ESRCH);
     }
-    placeFile(below("/machine.json"), "{}");
-    EXPECT_EQ(hostSignal(child, SIGKILL), 0);
-    EXPECT_EQ(waitpid(child, nullptr, WNOHANG), 0);
-    placeFile(below("/machine.json"), R"({"processes": {")" + std::to_string(child) + R"(": {}}})");
-    EXPECT_EQ(hostSignal(child, SIGTERM), 0);
-    int status = 0;
-    EXPECT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(WTERMSIG(status), SIGTERM);
-    EXPECT_EQ(hostSignal(child, SIGTERM), -1);
-    EXPECT_EQ(errno, ESRCH);
 }
 
 } // namespace
