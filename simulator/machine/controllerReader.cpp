@@ -2,6 +2,7 @@
 
 #include "platform/storelibRecords.h"
 #include "simulator/machine/deviceRanges.h"
+#include "simulator/machine/plainMachine.h"
 #include "simulator/machine/recordParser.h"
 
 #include <cmath>
@@ -97,45 +98,25 @@ const MemberTable<Device>& deviceMembers() {
     return table;
 }
 
-// Members of `over` take the place of those of `base`; objects are merged.
-void merge(Json& base, const Json& over) {
-    if (!base.is_object() || !over.is_object()) {
-        base = over;
-        return;
-    }
-    for (auto member = over.begin(); member != over.end(); ++member) merge(base[member.key()], member.value());
-}
-
-// A device's description and the members of "devices" that it comes from, the strongest last.
-struct DeviceSources {
-    Json json;
-    std::vector<std::string_view> names;
-};
-
 // Where the file has what a mistake of a device that was put together points to.
 void pointToSource(std::string& pointer, const Node& devices, const Node& device, const DeviceSources& sources) {
     const std::string prefix = device.path();
     if (!pointer.starts_with(prefix)) return;
     const std::string rest = pointer.substr(prefix.size());
-    std::string_view name = sources.names.back();
+    std::string name = sources.names.back();
     for (auto source = sources.names.rbegin(); source != sources.names.rend(); ++source) {
-        if (!devices.json[std::string(*source)].contains(Json::json_pointer(rest))) continue;
+        if (!devices.json[*source].contains(Json::json_pointer(rest))) continue;
         name = *source;
         break;
     }
     pointer = devices.path() + "/" + escaped(name) + rest;
 }
 
-void readPutTogether(const Node& devices, uint16_t id, DeviceSources& sources, std::map<uint16_t, Device>& read) {
-    const Json::json_pointer info("/records/MR_PD_INFO");
-    if (sources.json.contains(info) && sources.json[info].is_object() && !sources.json[info].contains("size") &&
-        !sources.json[info].contains("deviceId"))
-        sources.json[info]["deviceId"] = id;
-
+void readPutTogether(const Node& devices, uint16_t id, const DeviceSources& sources, std::map<uint16_t, Device>& read) {
     std::vector<Mistake>& mistakes = devices.allMistakes();
     const size_t before = mistakes.size();
     const std::string name = std::to_string(id);
-    const Node device{sources.json, &devices, name, 0, nullptr, id};
+    const Node device{sources.plain, &devices, name};
     device.attempt([&] { readMembers(device, read[id], deviceMembers()); });
     for (size_t i = before; i < mistakes.size(); ++i) {
         pointToSource(mistakes[i].pointer, devices, device, sources);
@@ -158,37 +139,20 @@ void checkRange(const Node& range) {
     if (!range.json.is_object() && !range.json.is_null()) range.fail("must be an object");
 }
 
-// Ranges first, in the order of the file, then what is said of single devices: that wins, null takes the device away.
 void readDevices(const Node& node, std::map<uint16_t, Device>& devices) {
     std::map<uint16_t, DeviceSources> covered;
+    if (hasRanges(node.json)) covered = putTogether(node.json);
+    std::map<uint16_t, std::nullptr_t> ofRanges;
     forEachMember(node, [&](const Node& member) {
-        if (member.key.find("..") == std::string_view::npos) return;
-        checkRange(member);
-        const DeviceRange ids = *parseDeviceRange(member.key);
-        for (uint32_t id = ids.first; id <= ids.last && member.json.is_object(); ++id) {
-            DeviceSources& device = covered[uint16_t(id)];
-            merge(device.json, member.json);
-            device.names.push_back(member.key);
-        }
-    });
-    std::map<uint16_t, std::nullptr_t> single;
-    forEachMember(node, [&](const Node& member) {
-        if (member.key.find("..") != std::string_view::npos) return;
+        if (member.key.find("..") != std::string_view::npos) return checkRange(member);
         const auto id = uint16_t(numberOf(member, UINT16_MAX));
-        const auto source = covered.find(id);
-        if (source == covered.end()) {
-            if (!member.json.is_null()) readMembers(member, addByNumber(member, devices), deviceMembers());
-            return;
-        }
-        addByNumber(member, single);
-        if (member.json.is_null()) {
-            covered.erase(source);
-        } else {
-            merge(source->second.json, member.json);
-            source->second.names.push_back(member.key);
+        if (covered.contains(id)) {
+            addByNumber(member, ofRanges);
+        } else if (!member.json.is_null()) {
+            readMembers(member, addByNumber(member, devices), deviceMembers());
         }
     });
-    for (auto& [id, sources] : covered) readPutTogether(node, id, sources, devices);
+    for (const auto& [id, sources] : covered) readPutTogether(node, id, sources, devices);
 }
 
 Form<std::map<uint16_t, Device>> devicesForm() {
@@ -236,13 +200,6 @@ const MemberTable<Controller>& controllerMembers() {
     return table;
 }
 
-bool usesRanges(const Json& controller) {
-    const auto devices = controller.find("devices");
-    if (devices == controller.end() || !devices->is_object()) return false;
-    return std::any_of(devices->items().begin(), devices->items().end(),
-                       [](const auto& device) { return device.key().find("..") != std::string::npos; });
-}
-
 // Sets a count of MR_CTRL_INFO that nobody gave.
 void completeCount(Bytes& info, const Json& record, const char* name, size_t offset, size_t count) {
     uint16_t value = 0;
@@ -258,7 +215,7 @@ void completeCount(Bytes& info, const Json& record, const char* name, size_t off
 void completeFromDevices(const Node& node, Controller& controller) {
     const Json records = node.json.value("records", Json::object());
     if (!records.is_object()) return;
-    const bool ranges = usesRanges(node.json);
+    const bool ranges = hasRanges(node.json.value("devices", Json()));
     const auto isMade = [&](const char* name) {
         return records.contains(name) ? records[name] == FROM_DEVICES : ranges;
     };
@@ -267,7 +224,7 @@ void completeFromDevices(const Node& node, Controller& controller) {
     if (isMade("MR_PD_LIST")) controller.records["MR_PD_LIST"] = listDevices(controller.devices);
     if (isMade("MR_ENCL_LIST")) controller.records["MR_ENCL_LIST"] = listEnclosures(controller.devices);
     const auto info = controller.records.find("MR_CTRL_INFO");
-    if (!ranges || info == controller.records.end()) return;
+    if (!isMade("MR_PD_LIST") || info == controller.records.end()) return;
     const Json& record = records["MR_CTRL_INFO"];
     completeCount(info->second, record, "pdPresentCount", offsetof(MR_CTRL_INFO, pdPresentCount),
                   controller.devices.size());

@@ -12,6 +12,8 @@
 namespace sim {
 namespace {
 
+constexpr uint8_t NO_CONNECTOR = 255;
+
 template <class Number>
 bool takeNumber(std::string_view& text, Number& number) {
     const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -28,11 +30,13 @@ bool takeText(std::string_view& text, std::string_view expected) {
 
 // Takes one operation off the front; false: there is none that can be done.
 bool takeOperation(std::string_view& text, uint64_t& value) {
-    if (text.empty() || std::string_view("+-*/%").find(text[0]) == std::string_view::npos) return false;
-    const char sign = text[0];
-    text.remove_prefix(1);
+    std::string_view rest = text;
+    if (rest.empty() || std::string_view("+-*/%").find(rest[0]) == std::string_view::npos) return false;
+    rest.remove_prefix(1);
     uint64_t operand = 0;
-    if (!takeNumber(text, operand) || (operand == 0 && (sign == '/' || sign == '%'))) return false;
+    const char sign = text[0];
+    if (!takeNumber(rest, operand) || (operand == 0 && (sign == '/' || sign == '%'))) return false;
+    text = rest;
     switch (sign) {
     case '+': value += operand; break;
     case '-': value -= operand; break;
@@ -69,6 +73,7 @@ std::optional<MR_PD_INFO> infoOf(const Device& device) {
 
 uint8_t modelOf(const MR_PD_INFO& info) {
     const std::string_view product(info.product, sizeof info.product);
+    if (product.starts_with("SGPIO")) return MR_ENCL_TYPE_SGPIO;
     uint32_t model = 0;
     size_t longest = 0;
     for (const CodeText& row : codes::ENCLOSURE_TYPES) {
@@ -138,7 +143,7 @@ Bytes listEnclosures(const std::map<uint16_t, Device>& devices) {
         entry.deviceId = id;
         entry.type = modelOf(info);
         entry.enclConnectorIndex =
-            info.connectedPortBitmap == 0 ? 0 : uint8_t(std::countr_zero(info.connectedPortBitmap));
+            info.connectedPortBitmap == 0 ? NO_CONNECTOR : uint8_t(std::countr_zero(info.connectedPortBitmap));
         list.count = list.count + 1;
     }
     return bytesOf(list);

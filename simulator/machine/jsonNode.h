@@ -3,7 +3,6 @@
 // Walks a parsed machine file, knows the way to each value, and collects what does not fit. For the readers alone: the
 // JSON library is slow to compile.
 
-#include "simulator/machine/deviceRanges.h"
 #include "simulator/machine/mistakes.h"
 
 #include <nlohmann/json.hpp>
@@ -42,11 +41,10 @@ inline std::string escaped(std::string_view name) { // as JSON pointers want it
 
 struct Node {
     const Json& json;
-    const Node* parent = nullptr;              // NULL: the whole file
-    std::string_view key = {};                 // of a member
-    size_t index = 0;                          // of an element
-    std::vector<Mistake>* mistakes = nullptr;  // of the whole file
-    std::optional<uint16_t> deviceNumber = {}; // what {n} stands for below here
+    const Node* parent = nullptr;             // NULL: the whole file
+    std::string_view key = {};                // of a member
+    size_t index = 0;                         // of an element
+    std::vector<Mistake>* mistakes = nullptr; // of the whole file
 
     std::string path() const {
         if (parent == nullptr) return {};
@@ -60,9 +58,6 @@ struct Node {
     }
 
     std::vector<Mistake>& allMistakes() const { return parent == nullptr ? *mistakes : parent->allMistakes(); }
-    std::optional<uint16_t> numberOfDevice() const {
-        return deviceNumber || parent == nullptr ? deviceNumber : parent->numberOfDevice();
-    }
 
     template <class Read>
     void attempt(Read read) const {
@@ -112,25 +107,12 @@ std::optional<Number> parseNumber(std::string_view text) {
     return error == std::errc() && stop == text.data() + text.size() ? std::optional(number) : std::nullopt;
 }
 
-// A text; in a device of a range {n} in it is filled in.
-inline std::string readText(const Node& node) {
+inline const std::string& readText(const Node& node) {
     if (!node.json.is_string()) node.fail("must be a text");
-    const auto& text = node.json.get_ref<const std::string&>();
-    if (text.find("{n") == std::string::npos) return text;
-    const std::optional<uint16_t> device = node.numberOfDevice();
-    return device ? fillIn(text, *device) : text;
-}
-
-// In a device of a range a number may be made of the device's.
-inline bool isNumberText(const Node& node) {
-    return node.json.is_string() && node.numberOfDevice() && parseNumber<uint64_t>(readText(node));
+    return node.json.get_ref<const std::string&>();
 }
 
 inline uint64_t readUnsigned(const Node& node, uint64_t largest) {
-    if (isNumberText(node)) {
-        const uint64_t number = *parseNumber<uint64_t>(readText(node));
-        if (number <= largest) return number;
-    }
     const bool isNegative = node.json.is_number_integer() && node.json < 0; // words of a timeline make signed ones
     if (!node.json.is_number_integer() || isNegative || node.json.get<uint64_t>() > largest)
         node.fail("must be a whole number from 0 to " + std::to_string(largest));
@@ -138,7 +120,6 @@ inline uint64_t readUnsigned(const Node& node, uint64_t largest) {
 }
 
 inline int32_t readInteger(const Node& node) {
-    if (isNumberText(node)) return int32_t(readUnsigned(node, INT32_MAX));
     using Limits = std::numeric_limits<int32_t>;
     const bool fits = node.json.is_number_unsigned()
                           ? node.json.get<uint64_t>() <= uint64_t{Limits::max()}

@@ -104,7 +104,7 @@ std::unique_ptr<Machine> machineOf(const Json& json) {
 
 void read(const Node& file, MachineReading& reading) {
     reading.machine = readWhole(file);
-    if (!file.allMistakes().empty() || !isGiven(file, "timeline")) return;
+    if (!isGiven(file, "timeline")) return;
     const Node member{file.json["timeline"], &file, "timeline"};
     member.attempt([&] { reading.timeline = std::make_unique<Timeline>(file, member, machineOf); });
 }

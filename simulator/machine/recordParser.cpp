@@ -29,11 +29,11 @@ void readValue(const Node& node, Bytes& record, size_t offset, const Field& fiel
     if (field.kind == FieldKind::record) {
         readStruct(node, record, offset, field.members);
     } else if (field.kind == FieldKind::number) {
-        const std::optional<uint32_t> code = isNumberText(node) ? std::nullopt : readWord(node, field.words);
+        const std::optional<uint32_t> code = readWord(node, field.words);
         const uint64_t number = code ? *code : readUnsigned(node, UINT64_MAX >> (64 - 8 * field.size));
         store(node, record, offset, &number, field.size);
     } else {
-        const std::string text = readText(node);
+        const std::string& text = readText(node);
         if (text.size() > field.size) node.fail("is longer than " + std::to_string(field.size) + " bytes");
         store(node, record, offset, text.data(), text.size());
     }
@@ -111,7 +111,7 @@ Json structSchema(std::span<const Field> fields, bool ofDevice) {
 
 // Pairs of hexadecimal digits; blanks may stand between pairs.
 Bytes parseHex(const Node& node) {
-    const std::string text = readText(node);
+    const std::string& text = readText(node);
     Bytes bytes;
     for (size_t i = 0; i < text.size();) {
         if (text[i] == ' ') {

@@ -2,6 +2,7 @@
 
 #include "simulator/machine/duration.h"
 #include "simulator/machine/memberTable.h"
+#include "simulator/machine/plainMachine.h"
 #include "simulator/words/words.h"
 
 #include <algorithm>
@@ -117,7 +118,6 @@ nlohmann::ordered_json timelineSchema() {
 }
 
 Timeline::Timeline(const Node& file, const Node& member, MachineOf machineOf) : machineOf_(std::move(machineOf)) {
-    const size_t mistakes = member.allMistakes().size();
     forEachElement(member, MOST_MOMENTS, [&](const Node& entry) {
         TimelineStep step;
         readStep(entry, step);
@@ -127,9 +127,9 @@ Timeline::Timeline(const Node& file, const Node& member, MachineOf machineOf) : 
             member.fail("there are more than " + std::to_string(MOST_MOMENTS) + " steps");
         steps_.push_back(std::move(step));
     });
-    if (member.allMistakes().size() > mistakes) return;
+    if (!member.allMistakes().empty()) return;
     std::stable_sort(moments_.begin(), moments_.end(), [](const Moment& a, const Moment& b) { return a.at < b.at; });
-    file_ = std::make_unique<Json>(file.json);
+    file_ = std::make_unique<Json>(plainMachine(file.json));
     file_->erase("timeline");
     member.attempt([this] { tryAll(); });
 }
