@@ -140,19 +140,13 @@ void checkRange(const Node& range) {
 }
 
 void readDevices(const Node& node, std::map<uint16_t, Device>& devices) {
-    std::map<uint16_t, DeviceSources> covered;
-    if (hasRanges(node.json)) covered = putTogether(node.json);
-    std::map<uint16_t, std::nullptr_t> ofRanges;
+    if (!hasRanges(node.json)) return byNumberForm<uint16_t, Device>(objectForm(deviceMembers)).read(node, devices);
+    std::map<uint16_t, std::nullptr_t> single;
     forEachMember(node, [&](const Node& member) {
         if (member.key.find("..") != std::string_view::npos) return checkRange(member);
-        const auto id = uint16_t(numberOf(member, UINT16_MAX));
-        if (covered.contains(id)) {
-            addByNumber(member, ofRanges);
-        } else if (!member.json.is_null()) {
-            readMembers(member, addByNumber(member, devices), deviceMembers());
-        }
+        addByNumber(member, single);
     });
-    for (const auto& [id, sources] : covered) readPutTogether(node, id, sources, devices);
+    for (const auto& [id, sources] : putTogether(node.json)) readPutTogether(node, id, sources, devices);
 }
 
 Form<std::map<uint16_t, Device>> devicesForm() {

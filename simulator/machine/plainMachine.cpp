@@ -114,18 +114,13 @@ void settleController(Json& controller) {
     const auto devices = controller.find("devices");
     if (devices == controller.end() || !devices->is_object()) return;
     dropComment(*devices);
-    const bool ranges = hasRanges(*devices);
-    const std::map<uint16_t, DeviceSources> covered = putTogether(*devices);
-    Json plain = Json::object();
-    for (auto device = devices->begin(); device != devices->end(); ++device) {
-        const std::optional<uint16_t> id = parseNumber<uint16_t>(device.key());
-        if (isRange(device.key()) || (ranges && device.value().is_null()) || (id && covered.contains(*id))) continue;
-        settleDevice(device.value(), {});
-        plain[device.key()] = device.value();
+    if (!hasRanges(*devices)) {
+        for (auto& device : *devices) settleDevice(device, {});
+        return;
     }
-    for (const auto& [id, device] : covered) plain[std::to_string(id)] = device.plain;
-    controller["devices"] = std::move(plain); // the iterators are no longer any
-    if (!ranges) return;
+    Json plain = Json::object();
+    for (const auto& [id, device] : putTogether(*devices)) plain[std::to_string(id)] = device.plain;
+    *devices = std::move(plain);
     Json& records = controller["records"];
     for (const char* list : {"MR_PD_LIST", "MR_ENCL_LIST"})
         if (!records.contains(list)) records[list] = "devices";
@@ -146,10 +141,9 @@ std::map<uint16_t, DeviceSources> putTogether(const Json& devices) {
     }
     for (auto entry = devices.begin(); entry != devices.end(); ++entry) {
         const std::optional<uint16_t> id = parseNumber<uint16_t>(entry.key());
-        const auto device = id ? covered.find(*id) : covered.end();
-        if (device == covered.end()) continue;
-        merge(device->second.plain, entry.value());
-        device->second.names.push_back(entry.key());
+        if (!id) continue;
+        merge(covered[*id].plain, entry.value());
+        covered[*id].names.push_back(entry.key());
     }
     std::erase_if(covered, [](const auto& device) { return device.second.plain.is_null(); });
     for (auto& [id, device] : covered) settleDevice(device.plain, id);

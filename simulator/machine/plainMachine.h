@@ -11,14 +11,14 @@
 
 namespace sim {
 
-// A device that ranges describe, put together, and the members of "devices" that it comes from, the strongest last.
+// A device, put together, and the members of "devices" that it comes from, the strongest last.
 struct DeviceSources {
     nlohmann::ordered_json plain;
     std::vector<std::string> names;
 };
 
-// By device id. Ranges come first, in the order of the file, then what is said of single devices: that wins, null takes
-// the device away. Devices that no range has are not among them.
+// The devices of a controller that has ranges, by id. Ranges come first, in the order of the file, then what is said of
+// single devices: that wins, null takes the device away.
 std::map<uint16_t, DeviceSources> putTogether(const nlohmann::ordered_json& devices);
 
 bool hasRanges(const nlohmann::ordered_json& devices);

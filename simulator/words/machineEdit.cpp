@@ -1,7 +1,5 @@
 #include "simulator/words/machineEdit.h"
 
-#include "simulator/machine/deviceRanges.h"
-
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
@@ -173,93 +171,6 @@ void RecordEdit::setBytes(uint32_t offset, uint32_t size, uint64_t value) {
         if (overlay(offset + i, 0) == byte) continue;
         if (!patchRaw(offset + i, byte)) (*record_)["raw"][std::to_string(offset + i)] = hexOf({byte});
     }
-}
-
-namespace {
-
-bool isRange(const std::string& name) {
-    return name.find("..") != std::string::npos;
-}
-
-void fillInTexts(Json& value, uint16_t number) {
-    if (value.is_string()) value = fillIn(value.get<std::string>(), number);
-    if (value.is_structured())
-        for (Json& part : value) fillInTexts(part, number);
-}
-
-// What stands in `over` wins; objects are put together.
-void mergeInto(Json& value, const Json& over) {
-    if (!value.is_object() || !over.is_object()) {
-        value = over;
-        return;
-    }
-    for (const auto& [name, part] : over.items()) mergeInto(value[name], part);
-}
-
-// What has to be laid over `before` to have `after`; null takes a member away.
-Json differenceOf(const Json& before, const Json& after) {
-    if (!before.is_object() || !after.is_object()) return after;
-    Json difference = Json::object();
-    for (const auto& [name, part] : after.items())
-        if (!before.contains(name) || before.at(name) != part)
-            difference[name] = before.contains(name) ? differenceOf(before.at(name), part) : part;
-    for (const auto& [name, part] : before.items())
-        if (!after.contains(name)) difference[name] = nullptr;
-    return difference;
-}
-
-Json expandDevices(const Json& devices) {
-    Json single = Json::object();
-    for (const auto& [name, device] : devices.items()) {
-        const std::optional<DeviceRange> range = isRange(name) ? parseDeviceRange(name) : std::nullopt;
-        for (uint32_t id = range ? range->first : 1; range && id <= range->last; id++)
-            mergeInto(single[std::to_string(id)], device);
-    }
-    for (const auto& [name, device] : devices.items()) {
-        if (isRange(name)) continue;
-        if (device.is_null())
-            single.erase(name);
-        else
-            mergeInto(single[name], device);
-    }
-    for (const auto& [name, device] : single.items()) fillInTexts(device, uint16_t(std::stoul(name)));
-    return single;
-}
-
-} // namespace
-
-RangesOpened::RangesOpened(Json& machine) : machine_(machine) {
-    Json* controllers = findMember(machine, "controllers");
-    if (controllers == nullptr || !controllers->is_array()) return;
-    for (Json& controller : *controllers) {
-        Json* devices = findMember(controller, "devices");
-        if (devices == nullptr || !devices->is_object()) continue;
-        bool hasRange = false;
-        for (const auto& [name, device] : devices->items()) hasRange = hasRange || isRange(name);
-        if (!hasRange) continue;
-        opened_.push_back({controller.value("id", Json()), *devices, expandDevices(*devices)});
-        *devices = opened_.back().single;
-    }
-}
-
-void RangesOpened::close() {
-    Json* controllers = findMember(machine_, "controllers");
-    if (controllers == nullptr) return;
-    for (Json& controller : *controllers)
-        for (const Opened& opened : opened_) {
-            if (controller.value("id", Json()) != opened.id || !controller.contains("devices")) continue;
-            const Json changed = std::move(controller["devices"]);
-            Json& devices = controller["devices"];
-            devices = opened.written;
-            for (const auto& [name, device] : changed.items()) {
-                if (!opened.single.contains(name))
-                    devices[name] = device;
-                else if (opened.single.at(name) != device)
-                    mergeInto(devices[name], differenceOf(opened.single.at(name), device));
-            }
-            for (const auto& [name, device] : opened.single.items())
-                if (!changed.contains(name)) devices[name] = nullptr;
-        }
 }
 
 } // namespace sim

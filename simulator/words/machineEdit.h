@@ -46,21 +46,4 @@ class RecordEdit {
 
 Json* findMember(Json& object, const std::string& name); // NULL: absent or null
 
-// Ranges of devices ("8..31") become single devices for the words; close() puts the ranges back, with what has changed
-// laid over them.
-class RangesOpened {
-  public:
-    explicit RangesOpened(Json& machine);
-    void close();
-
-  private:
-    struct Opened {
-        Json id; // of the controller
-        Json written;
-        Json single;
-    };
-    Json& machine_;
-    std::vector<Opened> opened_;
-};
-
 } // namespace sim

@@ -39,13 +39,11 @@ WordResult applyWords(nlohmann::ordered_json& machine, std::span<const std::stri
     Json changed = machine;
     try {
         if (words.empty()) throw WrongWord("no word given");
-        RangesOpened ranges(changed);
         const std::map<std::string, std::string> before = statesOf(changed);
         findWord(OBJECTS, words[0]).apply(changed, words, result.lines);
         for (const auto& [number, state] : statesOf(changed))
             if (before.contains(number) && before.at(number) != state)
                 result.lines.push_back("adapter " + number + ": " + before.at(number) + " -> " + state);
-        ranges.close();
         machine = std::move(changed);
     } catch (const WrongWord& wrong) {
         result = {{}, wrong.what(), 2};
@@ -155,7 +153,6 @@ constexpr struct {
 
 nlohmann::ordered_json describeMachine(nlohmann::ordered_json machine) {
     Lines none;
-    RangesOpened ranges(machine);
     Row tables = Row::object();
     for (const auto& [word, add] : TABLES) {
         tables[word] = Row::array();
