@@ -74,7 +74,9 @@ size_t lengthWithoutZeros(const Bytes& bytes) {
     return length;
 }
 
-Json rawOf(const Bytes& bytes) {
+// The pieces of `record` that are not zero in `bytes`. Zeros between them may be what members have told: raw bytes lie
+// over these, so they are the record's own.
+Json rawOf(const Bytes& bytes, const Bytes& record) {
     Json raw = nullptr;
     const size_t end = lengthWithoutZeros(bytes);
     for (size_t start = 0; start < end;) {
@@ -85,7 +87,7 @@ Json rawOf(const Bytes& bytes) {
         size_t stop = start;
         for (size_t i = start; i < end && i - stop < RAW_GAP; ++i)
             if (bytes[i] != 0) stop = i + 1;
-        raw[std::to_string(start)] = hexOf(bytes.data() + start, stop - start);
+        raw[std::to_string(start)] = hexOf(record.data() + start, stop - start);
         start = stop;
     }
     return raw;
@@ -107,7 +109,7 @@ Json recordToJson(const Bytes& bytes, const RecordLayout* layout) {
     if (layout != nullptr && record.size() != own) json["size"] = record.size();
     if (layout != nullptr)
         if (const Json members = writer.writeStruct(0, layout->members); !members.is_null()) json.update(members);
-    if (const Json raw = rawOf(writer.rest()); !raw.is_null()) json["raw"] = raw;
+    if (const Json raw = rawOf(writer.rest(), record); !raw.is_null()) json["raw"] = raw;
     if (layout == nullptr && used == 0) json["size"] = bytes.size();
     return json;
 }

@@ -1,8 +1,10 @@
 // A record of the libraries' calls becomes a machine file on which the daemon does the same again.
 
+#include "simulator/machine/plainMachine.h"
 #include "simulator/replay/machineFromCalls.h"
 #include "tests/endToEnd/daemonProcess.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <regex>
@@ -53,6 +55,11 @@ void expectSame(const DaemonProcess& recorded, const DaemonProcess& replayed) {
 class Described : public testing::TestWithParam<std::string> {
   protected:
     static json machine() { return json::parse(std::ifstream(std::string(MACHINES) + "/" + GetParam() + ".json")); }
+    static json steadyMachine() { // for recorders with another clock, whose steps come at other times
+        json steady = machine();
+        steady.erase("timeline");
+        return steady;
+    }
 };
 
 TEST_P(Described, isTheSameWhenItsRecordIsReplayed) {
@@ -124,7 +131,7 @@ TEST_P(Described, isRecordedAlikeByTheRecorderOfARealController) {
 
 // Another library, which words nearly everything otherwise (otherTexts.cpp), under the recorder of a real controller.
 TEST_P(Described, isTheSameOnTheStandInsWhenAnotherLibraryWasRecorded) {
-    const ThreeUpdates recorded(machine(), std::string(RECORD_LIBRARY) + ":" + OTHER_TEXTS);
+    const ThreeUpdates recorded(steadyMachine(), std::string(RECORD_LIBRARY) + ":" + OTHER_TEXTS);
     const std::string tree = recorded.daemon.read(TREE);
     const bool hasDrives = tree.find("<PhysicalDrive") != std::string::npos;
     EXPECT_EQ(tree.find("other: ") != std::string::npos, hasDrives);
@@ -155,6 +162,10 @@ std::set<std::string> secretsOf(const json& machine) {
     return trimmed;
 }
 
+bool isPlain(const std::string& text) {
+    return std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; });
+}
+
 // Letters and digits are as many.
 std::string shapeOf(std::string text) {
     for (char& c : text)
@@ -163,12 +174,15 @@ std::string shapeOf(std::string text) {
 }
 
 TEST_P(Described, isOfTheSameShapeAndNobodysWhenAnonymous) {
-    const json described = machine();
+    const json described = steadyMachine();
     const ThreeUpdates recorded(described, std::string(RECORD_LIBRARY) + ":" + OTHER_TEXTS);
     const json anonymous = machineOf(recorded.daemon.read(RECORD), true);
     const ThreeUpdates replayed(anonymous);
-    EXPECT_EQ(shapeOf(recorded.daemon.read(TREE)), shapeOf(replayed.daemon.read(TREE)));
-    for (const std::string& secret : secretsOf(described)) {
+    const std::set<std::string> secrets = secretsOf(sim::plainMachine(described));
+    if (std::all_of(secrets.begin(), secrets.end(), isPlain)) { // others become any bytes
+        EXPECT_EQ(shapeOf(recorded.daemon.read(TREE)), shapeOf(replayed.daemon.read(TREE)));
+    }
+    for (const std::string& secret : secrets) {
         const bool isWord = secret.size() < 9; // which may stand elsewhere too
         EXPECT_EQ(anonymous.dump().find(isWord ? '"' + secret + '"' : secret), std::string::npos) << secret;
         EXPECT_EQ(replayed.daemon.read(TREE).find(isWord ? '>' + secret + '<' : secret), std::string::npos) << secret;

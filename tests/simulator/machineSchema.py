@@ -36,6 +36,8 @@ faults += without_sentence(schema, "")
 machines = [(file, json.loads(file.read_text())) for file in sorted((tree / "machines").glob("*.json"))]
 for file in sorted((tree / "tests/golden/machines").glob("*.json")):
     machines.append((file, json.loads(file.read_text())[0]))
+guide = tree / "docs/machine-file.md"
+machines.append((guide, json.loads(guide.read_text().split("```json\n")[1].split("```")[0])))
 for file, machine in machines:
     faults += [f"{file}: {'/'.join(map(str, error.path))}: {error.message}" for error in validator.iter_errors(machine)]
 
