@@ -2,7 +2,6 @@
 
 #include "simulator/bmcsim/commands.h"
 #include "simulator/bmcsim/machineFile.h"
-#include "simulator/machine/plainMachine.h"
 #include "simulator/replay/machineCommand.h"
 #include "simulator/words/words.h"
 
@@ -68,7 +67,7 @@ void printTable(const nlohmann::ordered_json& rows) {
 }
 
 int show(const Settings& settings) {
-    nlohmann::ordered_json tables = sim::describeMachine(sim::plainMachine(sim::loadMachine(settings.machine())));
+    nlohmann::ordered_json tables = sim::describeMachine(sim::loadMachine(settings.machine()));
     if (!settings.topic.empty()) tables = {{settings.topic, tables.at(settings.topic)}};
     if (settings.json) {
         printf("%s\n", tables.dump(2).c_str());
@@ -87,14 +86,11 @@ int show(const Settings& settings) {
 
 int applyAndStore(const Settings& settings, const std::vector<std::string>& words) {
     nlohmann::ordered_json machine = sim::loadMachine(settings.machine());
-    const nlohmann::ordered_json before = sim::plainMachine(machine);
-    nlohmann::ordered_json after = before;
-    const sim::WordResult result = sim::applyWords(after, words);
+    const sim::WordResult result = sim::applyWords(machine, words);
     if (!result.error.empty()) {
         fprintf(stderr, "bmcsim: %s\n", result.error.c_str());
         return result.status;
     }
-    sim::carryOver(machine, before, after);
     sim::storeMachine(settings.machine(), machine);
     print(result.lines);
     return 0;

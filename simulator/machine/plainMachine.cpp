@@ -164,25 +164,53 @@ Json plainMachine(Json machine) {
     return machine;
 }
 
-void carryOver(Json& machine, const Json& before, const Json& after) {
+namespace {
+
+void carryOver(Json& machine, const Json& before, const Json& after, bool ofRange);
+
+// Of lists that have got longer or shorter: the elements keep what they were written as where their "id" tells them.
+void carryOverList(Json& machine, const Json& before, const Json& after) {
+    Json list = Json::array();
+    for (const Json& element : after) {
+        list.push_back(element);
+        for (size_t i = 0; i < std::min(before.size(), machine.size()); ++i) {
+            if (!element.is_object() || !element.contains("id") || !before[i].is_object() ||
+                before[i].value("id", Json()) != element["id"])
+                continue;
+            list.back() = machine[i];
+            carryOver(list.back(), before[i], element, false);
+        }
+    }
+    machine = std::move(list);
+}
+
+// ofRange: what a range says shows through, so that null takes away.
+void carryOver(Json& machine, const Json& before, const Json& after, bool ofRange) {
     if (before == after) return;
     if (machine.is_null() && before.is_object()) machine = Json::object(); // a device of a range gets its own entry
-    const bool isList = machine.is_array() && before.is_array() && after.is_array();
-    if (isList && before.size() == after.size() && machine.size() == after.size()) {
-        for (size_t i = 0; i < after.size(); ++i) carryOver(machine[i], before[i], after[i]);
+    if (machine.is_array() && before.is_array() && after.is_array()) {
+        if (before.size() != after.size() || machine.size() != after.size())
+            return carryOverList(machine, before, after);
+        for (size_t i = 0; i < after.size(); ++i) carryOver(machine[i], before[i], after[i], ofRange);
     } else if (machine.is_object() && before.is_object() && after.is_object()) {
+        ofRange = ofRange || hasRanges(machine);
         for (auto member = after.begin(); member != after.end(); ++member)
-            if (before.value(member.key(), Json()) != member.value())
-                carryOver(machine[member.key()], before.value(member.key(), Json()), member.value());
-        const bool ofRanges = hasRanges(machine);
+            if (!before.contains(member.key()) || before[member.key()] != member.value())
+                carryOver(machine[member.key()], before.value(member.key(), Json()), member.value(), ofRange);
         for (auto member = before.begin(); member != before.end(); ++member) {
             if (after.contains(member.key())) continue;
             machine.erase(member.key());
-            if (ofRanges) machine[member.key()] = nullptr;
+            if (ofRange) machine[member.key()] = nullptr;
         }
     } else {
         machine = after;
     }
+}
+
+} // namespace
+
+void carryOver(Json& machine, const Json& before, const Json& after) {
+    carryOver(machine, before, after, false);
 }
 
 } // namespace sim

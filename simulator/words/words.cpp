@@ -1,6 +1,7 @@
 #include "simulator/words/words.h"
 
 #include "platform/storelibDriveRecords.h"
+#include "simulator/machine/plainMachine.h"
 #include "simulator/words/adapter.h"
 
 #include <map>
@@ -36,7 +37,8 @@ std::map<std::string, std::string> statesOf(Json& machine) {
 
 WordResult applyWords(nlohmann::ordered_json& machine, std::span<const std::string> words) {
     WordResult result;
-    Json changed = machine;
+    const Json plain = plainMachine(machine);
+    Json changed = plain;
     try {
         if (words.empty()) throw WrongWord("no word given");
         const std::map<std::string, std::string> before = statesOf(changed);
@@ -44,7 +46,7 @@ WordResult applyWords(nlohmann::ordered_json& machine, std::span<const std::stri
         for (const auto& [number, state] : statesOf(changed))
             if (before.contains(number) && before.at(number) != state)
                 result.lines.push_back("adapter " + number + ": " + before.at(number) + " -> " + state);
-        machine = std::move(changed);
+        carryOver(machine, plain, changed);
     } catch (const WrongWord& wrong) {
         result = {{}, wrong.what(), 2};
     } catch (const std::exception& fault) { // what the file has is not of the kind that the word needs
@@ -153,6 +155,7 @@ constexpr struct {
 
 nlohmann::ordered_json describeMachine(nlohmann::ordered_json machine) {
     Lines none;
+    machine = plainMachine(std::move(machine));
     Row tables = Row::object();
     for (const auto& [word, add] : TABLES) {
         tables[word] = Row::array();

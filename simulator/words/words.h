@@ -16,11 +16,11 @@ struct WordResult {
     int status = 0;                 // 2: no such word or object, 3: the machine cannot express it
 };
 
-// On a machine in its plain form (machine/plainMachine.h). With an error it is as it was.
+// With an error `machine` is as it was.
 WordResult applyWords(nlohmann::ordered_json& machine, std::span<const std::string> words);
 
 // Tables of what the machine is: "drives", "volumes", "enclosures", "battery", "host" and "faults", each a list of rows
-// whose members are the columns. Of the plain form too.
+// whose members are the columns.
 nlohmann::ordered_json describeMachine(nlohmann::ordered_json machine);
 
 } // namespace sim

@@ -105,4 +105,20 @@ TEST(PlainMachine, changesAreCarriedOverIntoTheFile) {
     EXPECT_GT(changed, 40);
 }
 
+TEST(PlainMachine, whatIsTakenAwayIsGoneFromRangesAndListsToo) {
+    const Json machine = Json::parse(
+        R"({"controllers": [{"id": 3}, {"id": 4, "devices": {"8..9": {"sasRpm": 1, "records": {"MR_PD_INFO": {}}}}}]})");
+    const Json before = plainMachine(machine);
+    Json after = before;
+    after["controllers"][1]["devices"].erase("9");
+    after["controllers"][1]["devices"]["8"]["records"].erase("MR_PD_INFO");
+    after["controllers"].erase(0);
+    after["controllers"].push_back({{"id", 5}});
+    after["controllers"].push_back({{"id", 6}});
+    Json file = machine;
+    carryOver(file, before, after);
+    expectSame(controllersOf(file), controllersOf(after));
+    EXPECT_TRUE(file["controllers"][0]["devices"].contains("8..9")) << file;
+}
+
 } // namespace
