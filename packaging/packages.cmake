@@ -70,7 +70,7 @@ if(DAEMON AND "systemd" IN_LIST SERVICE_FILES AND "sysvinit" IN_LIST SERVICE_FIL
     set(CPACK_DEBIAN_DAEMON_PACKAGE_CONTROL_EXTRA ${scripts} ${CMAKE_BINARY_DIR}/packages/conffiles)
 endif()
 if(RAIDTREE)
-    package_component(raidtree raidtree "${systemLibraries}, libpugixml1v5" "reads a server's RAID storage tree
+    package_component(raidtree raidtree "${systemLibraries}, libpugixml1v5, libcpp-httplib0.11" "reads a server's RAID storage tree
 Shows, compares, checks and exports the tree that ZEB_MIRA_Update writes, for
 people and for programs.")
 endif()

@@ -3,13 +3,11 @@
 #include "raidtree/check.h"
 #include "raidtree/redfish.h"
 #include "raidtree/render.h"
-#include "raidtree/serve/follower.h"
-#include "raidtree/serve/server.h"
+#include "raidtree/serve/serve.h"
 #include "raidtree/watch.h"
 
 #include <CLI/CLI.hpp>
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -259,19 +257,7 @@ Publication publish(const Arguments& arguments, const States& states) {
 int serve(const Arguments& arguments) {
     if (arguments.tree == "-") refuse("standard input cannot be followed: serve wants a file");
     const States states = loadStates(arguments);
-    const Listener listener = listenAt(arguments.listen);
-    sigset_t ends; // before there are threads
-    sigemptyset(&ends);
-    sigaddset(&ends, SIGTERM);
-    sigaddset(&ends, SIGINT);
-    pthread_sigmask(SIG_BLOCK, &ends, nullptr);
-    const Follower follower(arguments.tree, [&] { return publish(arguments, states); });
-    print("http://" + listener.address + "/\n");
-    if (!listener.isLoopback)
-        print(
-            "Whoever reaches this address can read what the tree says of this server: names, serial numbers, states.\n"
-            "Nobody is asked for a password, and nothing is encrypted. Nothing can be changed.\n");
-    serveUntilSignal(listener, [&] { return follower.latest(); });
+    serveTree(arguments.listen, arguments.tree, [&] { return publish(arguments, states); });
     return 0;
 }
 
