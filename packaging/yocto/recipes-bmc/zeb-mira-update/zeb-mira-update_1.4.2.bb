@@ -10,7 +10,7 @@ LIC_FILES_CHKSUM = "file://LICENSE;md5=a82b31c1a6ccb3f61da66d9f4d29d8f3"
 DEPENDS = "virtual/bmc-libraries"
 
 SRC_URI = "git://example.org/ZEB_MIRA_Update.git;protocol=https;branch=main"
-SRCREV = "07214a9e605c9aeda6c40768ab14025c66ef0f39"
+SRCREV = "46edf7c105f90b0cbb54698b5b3bd4b44ad4d09a"
 
 S = "${WORKDIR}/git"
 
