@@ -30,7 +30,9 @@ ElementRange getElementRange(const SL_ENCL_STATUS_T& status, ElementKind kind) {
 } // namespace
 
 ElementCounts getStatedCounts(const SL_ENCL_STATUS_T& status) {
-    return {status.slotCount, status.psuCount, status.fanCount, status.sensorCount, status.alarmCount, 0};
+    // Of its own length, so that a kind without a count does not compile.
+    return std::to_array<uint32_t>(
+        {status.slotCount, status.psuCount, status.fanCount, status.sensorCount, status.alarmCount, 0});
 }
 
 uint32_t getElementCount(const SL_ENCL_STATUS_T* status, ElementKind kind) {
