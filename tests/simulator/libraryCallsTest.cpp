@@ -155,8 +155,10 @@ TEST(LibraryCalls, areAllInTheTable) {
     const auto platform = std::filesystem::path(__FILE__).parent_path() / "../../platform";
     const std::regex declaration(R"((?:^|\n)[\w[][\w\[\]*\s]*\b(\w+)\([^()]*\);)");
     std::set<std::string> declared;
-    for (const char* header : {"appHelper", "csm", "dqmi", "ipmi", "lcm", "procmanager", "storelib"}) {
-        const std::string text = textOf(platform / (std::string(header) + ".h"));
+    for (const auto& entry : std::filesystem::directory_iterator(platform)) {
+        if (entry.path().extension() != ".h" || entry.path().stem() == "host" || entry.path().stem() == "xmlParser")
+            continue;
+        const std::string text = textOf(entry.path());
         for (auto match = std::sregex_iterator(text.begin(), text.end(), declaration); match != std::sregex_iterator();
              ++match)
             declared.insert((*match)[1]);
@@ -164,10 +166,6 @@ TEST(LibraryCalls, areAllInTheTable) {
     std::set<std::string> known;
     for (const sim::LibraryCall& call : sim::libraryCalls()) known.emplace(call.name);
     EXPECT_EQ(declared, known);
-    size_t headers = 0; // none of them is forgotten here
-    for (const auto& entry : std::filesystem::directory_iterator(platform))
-        headers += entry.path().extension() == ".h" ? 1 : 0;
-    EXPECT_EQ(headers, 7U + 4U) << "host.h, xmlParser.h and the two of records declare no call";
 }
 
 } // namespace

@@ -1,11 +1,14 @@
 #include "simulator/machine/machineReader.h"
 
 #include "simulator/machine/recordLayout.h"
+#include "tests/daemon/base/outputs.h"
 #include "tests/support/simulatedRoot.h"
 
 #include <cmath>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <regex>
 #include <set>
 
 using namespace sim;
@@ -28,6 +31,28 @@ TEST(RecordLayout, everyMemberLiesInItsRecordUnderANameOfItsOwn) {
         }
         EXPECT_EQ(&layout, findRecordLayout(layout.owner, layout.name));
     }
+}
+
+std::set<std::string> pairsIn(const char* path, const char* form) {
+    const std::string text = textOf(std::filesystem::path(__FILE__).parent_path() / "../.." / path);
+    const std::regex pair(form);
+    std::set<std::string> found;
+    for (auto match = std::sregex_iterator(text.begin(), text.end(), pair); match != std::sregex_iterator(); ++match)
+        found.insert((*match)[1].str() + "." + (*match)[2].str());
+    return found;
+}
+
+// In the sources' words, as a program knows no members that it was not told.
+TEST(RecordLayout, hasTheMembersWhoseOffsetsAreAsserted) {
+    constexpr char offset[] = R"(static_assert\(offsetof\((\w+), (\w+)\))";
+    std::set<std::string> asserted = pairsIn("platform/storelibRecords.h", offset);
+    asserted.merge(pairsIn("platform/storelibDriveRecords.h", offset));
+    // What is asked and answered elsewhere than in records by name; the entries of "ld" do not all fit.
+    std::erase_if(asserted, [](const std::string& member) {
+        return member.starts_with("SL_LIB_CMD_PARAM_T.") || member.starts_with("SL_CTRL_LIST_T.") ||
+               member.starts_with("SL_TEMP_THRESHOLD_T.") || member == "MR_CONFIG_DATA.ld";
+    });
+    EXPECT_EQ(asserted, pairsIn("simulator/machine/recordLayout.cpp", R"(\n    FIELD(?:_AS)?\((\w+),\s*(\w+))"));
 }
 
 // Pairs of a machine, or of the lines of a file, and what is said of it.
