@@ -101,7 +101,7 @@ Result answerCall(Share share, const char* name, std::span<const CallValue> argu
         answer.output.data = room.data;
         answer.output.size = room.size;
     }
-    logCall(share, name, arguments, recorded(answer.result), answer.output);
+    logCall(share, name, arguments, recorded(answer.result), answer.output, fault.name());
     return answer.result;
 }
 
@@ -139,7 +139,7 @@ void outputCall(const char* name, std::initializer_list<CallValue> arguments, Ro
     const std::optional<DescribedAnswer> described = findAnswer(name, all);
     const CallOutput output = described ? described->handOut(room.data, room.size, room.isText) : body();
     if (output.data != nullptr) fault.spoil(output.data, output.size);
-    logCall(Share::whenChanged, name, all, 0, output);
+    logCall(Share::whenChanged, name, all, 0, output, fault.name());
 }
 
 } // namespace sim

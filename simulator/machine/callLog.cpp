@@ -68,14 +68,15 @@ Recording recordingNow() {
 }
 
 void logCall(Share share, const char* name, std::span<const CallValue> arguments, CallValue result,
-             const CallOutput& output) {
+             const CallOutput& output, const char* fault) {
     if (!hasMachine()) return;
+    if (fault != nullptr) share = Share::always;
     const Recording recording = recordingNow();
     if (recording == Recording::none && share != Share::always) return;
     try {
         const NotCancelled guard;
-        theRecorder().record({clockTime().seconds, name, arguments.data(), arguments.size(), result, output}, recording,
-                             share);
+        theRecorder().record({clockTime().seconds, name, arguments.data(), arguments.size(), result, output, fault},
+                             recording, share);
     } catch (const std::exception&) { // no memory: the call goes unrecorded, the caller goes on
         return;
     }

@@ -12,8 +12,8 @@ namespace sim {
 // What is recorded now: as simulator/trace says, else BMC_TRACE.
 Recording recordingNow();
 
-// Writes a call's line, where one is due.
+// Writes a call's line, where one is due: always that of a call that met a fault.
 void logCall(Share share, const char* name, std::span<const CallValue> arguments, CallValue result,
-             const CallOutput& output = {});
+             const CallOutput& output = {}, const char* fault = nullptr);
 
 } // namespace sim

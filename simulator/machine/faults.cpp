@@ -33,6 +33,11 @@ constexpr LibraryCall LIBRARY_CALLS[] = {
 #undef LIBRARY_CALL_AS
 };
 
+constexpr FaultWord FAULT_WORDS[] = {{"error", FaultKind::error},   {"empty", FaultKind::empty},
+                                     {"short", FaultKind::half},    {"garbage", FaultKind::garbage},
+                                     {"counts", FaultKind::counts}, {"slow", FaultKind::slow},
+                                     {"hang", FaultKind::hang}};
+
 thread_local bool doesWithout = false;
 
 // Where records say how many of something they or others hold.
@@ -113,6 +118,43 @@ class CountFile {
     Line* line_ = nullptr;
 };
 
+// How often each fault struck, by its place in the machine file, as a line of JSON in simulator/faults: {"0":  3, "1":
+// 0}. Its length stays, so that it is rewritten in place.
+class StrikeFile {
+  public:
+    StrikeFile() { remove(); }
+
+    void begin(size_t faults) {
+        strikes_.assign(faults, 0);
+        remove();
+        if (faults > 0) write();
+    }
+    void strike(size_t fault) {
+        ++strikes_[fault];
+        try {
+            write();
+        } catch (const std::exception&) { // no memory: the next one tells it
+            return;
+        }
+    }
+
+  private:
+    void remove() const { unlink(path_.c_str()); }
+    void write() const {
+        std::string line;
+        for (size_t i = 0; i < strikes_.size(); ++i) {
+            char text[64];
+            snprintf(text, sizeof text, R"(%s"%zu": %15llu)", i == 0 ? "{" : ", ", i,
+                     static_cast<unsigned long long>(strikes_[i]));
+            line += text;
+        }
+        overwriteFile(path_.c_str(), line + "}\n");
+    }
+
+    const std::string path_ = simulatorFile("faults");
+    std::vector<uint64_t> strikes_;
+};
+
 // What has happened so far: calls of all, and those that fitted each rule of the machine in force.
 class CallCounter {
   public:
@@ -121,14 +163,17 @@ class CallCounter {
         const std::shared_ptr<const Machine> machine = currentMachine();
         const std::lock_guard lock(mutex_);
         file_.show(++count_);
-        if (machine->reading != machine_->reading || machine->faults != machine_->faults)
+        if (machine->reading != machine_->reading || machine->faults != machine_->faults) {
             fitted_.assign(machine->faults.size(), 0);
+            strikes_.begin(machine->faults.size());
+        }
         machine_ = machine;
-        FaultKind kind = FaultKind::none;
+        std::optional<size_t> met;
         for (size_t i = 0; i < fitted_.size(); ++i)
-            if (applies(machine->faults[i], fitted_[i], name, arguments) && kind == FaultKind::none)
-                kind = machine->faults[i].kind;
-        return {kind, count_};
+            if (applies(machine->faults[i], fitted_[i], name, arguments) && !met) met = i;
+        if (!met) return {};
+        strikes_.strike(*met);
+        return {machine->faults[*met].kind, count_};
     }
 
   private:
@@ -152,6 +197,7 @@ class CallCounter {
 
     std::mutex mutex_;
     CountFile file_;
+    StrikeFile strikes_;
     uint64_t count_ = 0;
     std::shared_ptr<const Machine> machine_ = std::make_shared<Machine>();
     std::vector<uint64_t> fitted_;
@@ -167,6 +213,31 @@ const LibraryCall* findLibraryCall(std::string_view name) {
     const auto* found = std::find_if(std::begin(LIBRARY_CALLS), std::end(LIBRARY_CALLS),
                                      [&](const LibraryCall& call) { return call.name == name; });
     return found != std::end(LIBRARY_CALLS) ? found : nullptr;
+}
+
+std::span<const FaultWord> faultWords() {
+    return FAULT_WORDS;
+}
+
+std::vector<std::string> idleFaults(const Machine& machine) {
+    const auto isIdle = [&](const FaultRule& rule) {
+        if ((!rule.controller && !rule.device) || machine.controllers == nullptr) return rule.controller || rule.device;
+        return std::none_of(
+            machine.controllers->begin(), machine.controllers->end(), [&](const Controller& controller) {
+                if (rule.controller && controller.id != *rule.controller) return false;
+                return !rule.device || controller.devices.contains(uint16_t(*rule.device)) ||
+                       (*rule.device <= UINT8_MAX && controller.logicalDrives.contains(uint8_t(*rule.device)));
+            });
+    };
+    std::vector<std::string> lines;
+    for (size_t i = 0; i < machine.faults.size(); ++i) {
+        const FaultRule& rule = machine.faults[i];
+        if (!isIdle(rule)) continue;
+        std::string whom = rule.controller ? "controller " + std::to_string(*rule.controller) : "a controller";
+        if (rule.device) whom += " with device " + std::to_string(*rule.device);
+        lines.push_back("/faults/" + std::to_string(i) + ": " + whom + " is not described: it strikes nothing");
+    }
+    return lines;
 }
 
 bool hasMachine() {
@@ -188,6 +259,12 @@ const char* keepText(std::string text) {
     return kept.insert(std::move(text)).first->c_str();
 }
 
+const char* Fault::name() const {
+    for (const FaultWord& row : FAULT_WORDS)
+        if (row.kind == kind_) return row.word;
+    return nullptr;
+}
+
 void Fault::wait() const {
     if (kind_ == FaultKind::slow)
         for (unsigned left = SLOW_SECONDS; left > 0;) left = clockSleep(left);
@@ -196,20 +273,36 @@ void Fault::wait() const {
 
 void Fault::spoil(void* data, size_t size, std::string_view record) const {
     auto* bytes = static_cast<uint8_t*>(data);
-    if (kind_ == FaultKind::error || kind_ == FaultKind::empty) std::fill_n(bytes, size, uint8_t{0});
-    if (kind_ == FaultKind::half) std::fill(bytes + size / 2, bytes + size, uint8_t{0});
-    if (kind_ == FaultKind::garbage)
+    switch (kind_) {
+    case FaultKind::none:
+    case FaultKind::slow:
+    case FaultKind::hang: break;
+    case FaultKind::error:
+    case FaultKind::empty: std::fill_n(bytes, size, uint8_t{0}); break;
+    case FaultKind::half: std::fill(bytes + size / 2, bytes + size, uint8_t{0}); break;
+    case FaultKind::garbage:
         for (size_t i = 0; i < size; ++i) bytes[i] = garbageByte(callNumber_, i);
-    if (kind_ != FaultKind::counts) return;
-    for (const CountField& field : COUNT_FIELDS)
-        if (field.record == record && field.offset + field.size <= size)
-            std::fill_n(bytes + field.offset, field.size, uint8_t{0xFF});
+        break;
+    case FaultKind::counts:
+        for (const CountField& field : COUNT_FIELDS)
+            if (field.record == record && field.offset + field.size <= size)
+                std::fill_n(bytes + field.offset, field.size, uint8_t{0xFF});
+        break;
+    }
 }
 
 uint32_t Fault::spoiledLength(uint32_t length) const {
-    if (kind_ == FaultKind::empty) return 0;
-    if (kind_ == FaultKind::half) return length / 2;
-    return kind_ == FaultKind::counts ? std::numeric_limits<uint32_t>::max() : length;
+    switch (kind_) {
+    case FaultKind::empty: return 0;
+    case FaultKind::half: return length / 2;
+    case FaultKind::counts: return std::numeric_limits<uint32_t>::max();
+    case FaultKind::none:
+    case FaultKind::error:
+    case FaultKind::garbage:
+    case FaultKind::slow:
+    case FaultKind::hang: break;
+    }
+    return length;
 }
 
 int Fault::spoiledNumber(int number) const {
@@ -217,9 +310,13 @@ int Fault::spoiledNumber(int number) const {
     case FaultKind::empty: return 0;
     case FaultKind::half: return number & 0xFF;
     case FaultKind::counts: return std::numeric_limits<int>::max();
-    case FaultKind::garbage: spoil(&number, sizeof number); return number;
-    default: return number;
+    case FaultKind::garbage: spoil(&number, sizeof number); break;
+    case FaultKind::none:
+    case FaultKind::error:
+    case FaultKind::slow:
+    case FaultKind::hang: break;
     }
+    return number;
 }
 
 const char* Fault::spoiledText(const char* text) const {
@@ -230,17 +327,22 @@ const char* Fault::spoiledText(const char* text) const {
         case FaultKind::half: return keepText(std::string(text, strlen(text) / 2));
         case FaultKind::counts: return keepText(std::string(longest, 'x'));
         case FaultKind::garbage: return keepText(garbageText(callNumber_));
-        default: return text;
+        case FaultKind::none:
+        case FaultKind::error:
+        case FaultKind::slow:
+        case FaultKind::hang: break;
         }
     } catch (const std::exception&) { // no memory
         return text;
     }
+    return text;
 }
 
-Fault beginCall(std::string_view name, std::span<const CallValue> arguments) {
+Fault beginCall(const char* name, std::span<const CallValue> arguments) {
     if (!hasMachine()) return {};
     static CallCounter& counter = *new CallCounter; // outlives exit handlers
     const Fault fault = counter.next(name, arguments);
+    if (fault.hangs()) logCall(Share::always, name, arguments, CallValue(nullptr, 0), {}, fault.name());
     fault.wait();
     return fault;
 }

@@ -25,6 +25,16 @@ struct LibraryCall {
 std::span<const LibraryCall> libraryCalls();
 const LibraryCall* findLibraryCall(std::string_view name); // NULL: there is none of this name
 
+// The kinds as machine files and records name them.
+struct FaultWord {
+    const char* word;
+    FaultKind kind;
+};
+std::span<const FaultWord> faultWords();
+
+// The rules that name a controller or a device which is not described, a line each.
+std::vector<std::string> idleFaults(const Machine& machine);
+
 // False: BMC_ROOT is not set, or this thread does without; a function then answers from its arguments alone, and no
 // call is counted or recorded.
 bool hasMachine();
@@ -46,10 +56,13 @@ class Fault {
     Fault() = default;
     Fault(FaultKind kind, uint64_t callNumber) : kind_(kind), callNumber_(callNumber) {}
 
+    const char* name() const; // of its kind; NULL: none
+
     void wait() const; // a slow call returns from here late, one that hangs never
 
     // The call does nothing and says that it failed.
     bool fails() const { return kind_ == FaultKind::error; }
+    bool hangs() const { return kind_ == FaultKind::hang; }
     bool empties() const { return kind_ == FaultKind::empty; }
 
     // Bytes that are handed out; `record` says where counts lie in them.
@@ -66,7 +79,8 @@ class Fault {
     uint64_t callNumber_ = 0; // of all calls, the seed of garbage
 };
 
-// Counts the call, in the file simulator/count as well, finds its fault, and waits as that says.
-Fault beginCall(std::string_view name, std::span<const CallValue> arguments);
+// Counts the call and the fault that it meets, in the files simulator/count and simulator/faults as well, and waits as
+// the fault says. A call that never comes back is recorded before.
+Fault beginCall(const char* name, std::span<const CallValue> arguments);
 
 } // namespace sim

@@ -5,23 +5,16 @@
 namespace sim {
 namespace {
 
-constexpr struct {
-    std::string_view word;
-    FaultKind kind;
-} FAULT_WORDS[] = {{"error", FaultKind::error},     {"empty", FaultKind::empty},   {"short", FaultKind::half},
-                   {"garbage", FaultKind::garbage}, {"counts", FaultKind::counts}, {"slow", FaultKind::slow},
-                   {"hang", FaultKind::hang}};
-
 Form<FaultKind> faultKindForm() {
     return {[](const Node& node, FaultKind& kind) {
                 const std::string& text = readText(node);
-                for (const auto& row : FAULT_WORDS)
+                for (const FaultWord& row : faultWords())
                     if (row.word == text) kind = row.kind;
                 if (kind == FaultKind::none) node.fail("must be error, empty, short, garbage, counts, slow or hang");
             },
             [] {
                 Json words = Json::array();
-                for (const auto& row : FAULT_WORDS) words.push_back(row.word);
+                for (const FaultWord& row : faultWords()) words.push_back(row.word);
                 return Json{{"enum", std::move(words)}};
             }};
 }

@@ -1,5 +1,6 @@
 #include "simulator/machine/machineStore.h"
 
+#include "simulator/machine/faults.h"
 #include "simulator/machine/log.h"
 #include "simulator/machine/machineReader.h"
 #include "simulator/machine/now.h"
@@ -95,6 +96,7 @@ void MachineStore::readFile() {
     publishFile(!isRefused_);
     if (isRefused_) return reportMistakes(reading.mistakes);
     if (reading_++ > 0 || wasRefused) reportNews(path_ + " has been taken over");
+    for (const std::string& line : idleFaults(*reading.machine)) reportFault(path_ + ": " + line);
     timeline_ = std::move(reading.timeline);
     put(std::move(reading.machine));
 }

@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <string>
 #include <unistd.h>
 
@@ -59,10 +58,7 @@ void publish() {
     if (length > 0 && size_t(length) < LINE_LENGTH) {
         memset(line + length, ' ', LINE_LENGTH - size_t(length));
         line[LINE_LENGTH - 1] = '\n';
-        const int descriptor = open(ownFile().c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
-        if (descriptor >= 0 && pwrite(descriptor, line, LINE_LENGTH, 0) < 0)
-            unlink(ownFile().c_str()); // it is not true
-        if (descriptor >= 0) close(descriptor);
+        if (!overwriteFile(ownFile().c_str(), {line, LINE_LENGTH})) unlink(ownFile().c_str()); // it is not true
     }
     errno = error;
 }

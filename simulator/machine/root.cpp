@@ -87,6 +87,15 @@ bool replaceFile(const std::string& path, std::string_view text) {
     return close(descriptor) == 0 && written && rename(fresh.c_str(), path.c_str()) == 0;
 }
 
+bool overwriteFile(const char* path, std::string_view text) {
+    const NotCancelled guard;
+    const int descriptor = open(path, O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+    if (descriptor < 0) return false;
+    const bool written = pwrite(descriptor, text.data(), text.size(), 0) == ssize_t(text.size());
+    close(descriptor);
+    return written;
+}
+
 void refuseToStart(const std::string& text) {
     writeAll(STDERR_FILENO, "simulator: " + text + "\n");
     _exit(2);

@@ -25,6 +25,9 @@ void appendToSimulatorFile(std::string_view name, std::string_view text);
 // The whole file or none of it, by rename; false when it cannot be written.
 bool replaceFile(const std::string& path, std::string_view text);
 
+// The beginning of the file anew, in one piece; makes it when it is missing. Allocates nothing.
+bool overwriteFile(const char* path, std::string_view text);
+
 // Ends the process with status 2: it was started with settings that cannot be used.
 [[noreturn]] void refuseToStart(const std::string& text);
 

@@ -137,6 +137,10 @@ void putCall(const TextSink& sink, const RecordedCall& call, Blocks blocks) {
     call.result.writeTo(sink, Blocks::plain);
     if (call.output.data != nullptr) putOutput(sink, call.output);
     if (call.output.values != nullptr) putValues(sink, call.output);
+    if (call.fault != nullptr) {
+        put(sink, ", \"fault\": ");
+        putText(sink, call.fault);
+    }
     put(sink, "}\n");
 }
 

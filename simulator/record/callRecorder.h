@@ -77,6 +77,7 @@ struct RecordedCall {
     size_t argumentCount;
     CallValue result;
     CallOutput output;
+    const char* fault = nullptr; // the described one that the call met
 };
 
 enum class Recording : uint8_t { none, changes, all };

@@ -9,7 +9,13 @@ constexpr size_t MOST_ZEROS = size_t{1} << 24;
 
 ReplayedCall readLine(const std::string& line) {
     const Json json = Json::parse(line);
-    ReplayedCall call{json.at("time"), json.at("call"), json.at("args"), json.at("result"), {}, {}};
+    ReplayedCall call{json.at("time"),
+                      json.at("call"),
+                      json.at("args"),
+                      json.at("result"),
+                      {},
+                      {},
+                      json.value("fault", "") == "hang"};
     if (!call.arguments.is_array()) throw BadRecord("\"args\" is no array");
     if (json.contains("out")) {
         call.output = bytesOfHex(json.at("out"));
@@ -47,7 +53,8 @@ std::vector<ReplayedCall> readRecordFile(std::istream& record) {
         ++number;
         if (record.eof()) break;
         try {
-            calls.push_back(readLine(line));
+            ReplayedCall call = readLine(line);
+            if (!call.hangs) calls.push_back(std::move(call));
         } catch (const std::exception& error) {
             throw BadRecord("line " + std::to_string(number) +
                             ": not a call as docs/replay.md has it: " + error.what());

@@ -21,7 +21,8 @@ struct ReplayedCall {
     Json arguments; // an array
     Json result;
     std::optional<Bytes> output;
-    Json values; // of a parameter; null: none
+    Json values;        // of a parameter; null: none
+    bool hangs = false; // it met a fault and was never answered
 };
 
 // What is wrong with a line; its text names it.

@@ -288,6 +288,31 @@ TEST_F(Bmcsim, aLinkedMachineFileStaysALinkAndTheOldOneIsKept) {
     EXPECT_EQ(said, "1\n");
 }
 
+TEST_F(Bmcsim, faultsAreSeenWhereTheyStrike) {
+    ordered_json machine = shipped();
+    machine["faults"] = {{{"call", "raid_GetEnclosureList"}, {"kind", "error"}},
+                         {{"device", 99}, {"kind", "slow"}},
+                         {{"call", "raid_PhysicalDeviceGetInfo"}, {"device", 8}, {"nth", 3}, {"kind", "hang"}}};
+    place(machine);
+    daemon.setEnvironment("BMC_TRACE", "0");
+    daemon.runToPass(1 + UPDATE);
+    std::vector<std::string> kinds;
+    std::istringstream lines(daemon.read("simulator/calls.jsonl"));
+    for (std::string line; std::getline(lines, line);)
+        if (const ordered_json call = ordered_json::parse(line); call.contains("fault"))
+            kinds.push_back(call["call"].get<std::string>() + " " + call["fault"].get<std::string>());
+    const std::string error = "raid_GetEnclosureList error"; // of two controllers, twice
+    EXPECT_EQ(kinds, std::vector(4, error));
+    EXPECT_EQ(ordered_json::parse(daemon.read("simulator/faults")), ordered_json({{"0", 4}, {"1", 0}, {"2", 0}}));
+    EXPECT_NE(daemon.read("simulator/log").find("/faults/1: a controller with device 99 is not described"),
+              std::string::npos);
+    daemon.runToPass(1 + 2 * UPDATE);
+    EXPECT_NE(daemon.read("simulator/calls.jsonl").find(R"("result": null, "fault": "hang"})"), std::string::npos);
+    ASSERT_EQ(bmcsim("fault list"), 0);
+    EXPECT_NE(said.find("2  struck 1 times"), std::string::npos) << said;
+    ASSERT_EQ(bmcsim("machine " + daemon.path("simulator/calls.jsonl")), 0) << said;
+}
+
 TEST_F(Bmcsim, playTellsWhatTheTreeDoes) {
     if (*EMULATOR != 0) GTEST_SKIP() << "bmcsim cannot start the daemon there";
     ordered_json machine = shipped();

@@ -75,7 +75,7 @@ std::shared_ptr<const Controller> findController(uint32_t id) {
     return found == all.end() ? nullptr : shared(*found);
 }
 
-Fault beginCall(std::string_view /*name*/, std::span<const CallValue> /*arguments*/) {
+Fault beginCall(const char* /*name*/, std::span<const CallValue> /*arguments*/) {
     const auto& faults = g_machine.faults;
     const uint32_t call = g_machine.calls++;
     const auto fault = faults.find(call);
@@ -85,7 +85,7 @@ Fault beginCall(std::string_view /*name*/, std::span<const CallValue> /*argument
 }
 
 void logCall(Share /*share*/, const char* /*name*/, std::span<const CallValue> /*arguments*/, CallValue /*result*/,
-             const CallOutput& /*output*/) {}
+             const CallOutput& /*output*/, const char* /*fault*/) {}
 
 } // namespace sim
 
