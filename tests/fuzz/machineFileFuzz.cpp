@@ -66,7 +66,8 @@ void tryMachineFile(std::string_view text) {
     place(text);
     g_fault.clear();
     const std::shared_ptr<const sim::Machine> machine = store.current();
-    demand((machine == good) == !reading.mistakes.empty(), "a faulty machine file leaves the last good machine in force");
+    demand((machine == good) == !reading.mistakes.empty(),
+           "a faulty machine file leaves the last good machine in force");
     demand(g_fault.empty() == reading.mistakes.empty(), "a fault is reported");
     demand(g_fault.find_first_of("\n\r\x1b") == std::string::npos && g_fault.size() < 4096, "a fault is one line");
     checkMachine(*machine);

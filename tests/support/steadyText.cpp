@@ -54,7 +54,6 @@ std::string SteadyText::cut(std::string line) {
 }
 
 std::string SteadyText::of(const std::string& text) {
-    blocks_.clear();
     std::istringstream lines(text);
     std::string steady;
     for (std::string line; std::getline(lines, line);) steady += printable(cut(line)) + "\n";

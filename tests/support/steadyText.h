@@ -2,7 +2,7 @@
 
 // Logs and traces without what differs from run to run: times, figures of memory, and addresses. Blocks are numbered in
 // the order of their allocation instead, so that a block that is released too early or in another order shows; one that
-// came before the text is "?", since what has been released untraced may have given its address to another meanwhile.
+// is not known is "?".
 // Bytes that are no printable ASCII become \xNN.
 
 #include <cstdint>
@@ -12,6 +12,8 @@
 class SteadyText {
   public:
     std::string of(const std::string& text);
+    // For a trace with gaps: what has been released untraced may have given its address to another meanwhile.
+    void forgetBlocks() { blocks_.clear(); }
 
   private:
     std::string cut(std::string line);
