@@ -53,21 +53,22 @@ class Scenario : public EndToEnd, public testing::WithParamInterface<std::string
         }
         shown_ = std::exchange(seen_, 0);
         for (const char* name : FILES)
-            if (const std::string content = contentOf(name); content != before_[name]) steady_.forgetBlocks();
-        text += std::string("---- ") + name + "\n" + steady_.of(content);
+            if (const std::string content = contentOf(name); content != before_[name]) {
+                steady_.forgetBlocks();
+                text += std::string("---- ") + name + "\n" + steady_.of(content);
+            }
+        return text;
     }
-    return text;
-}
 
-private : std::string
-          contentOf(const std::string& name) const {
-    return std::filesystem::is_regular_file(daemon.path(name)) ? daemon.read(name) : "";
-}
+  private:
+    std::string contentOf(const std::string& name) const {
+        return std::filesystem::is_regular_file(daemon.path(name)) ? daemon.read(name) : "";
+    }
 
-std::map<std::string, std::string> before_;
-SteadyText steady_;
-size_t seen_ = 0;  // calls of this step and of those before
-size_t shown_ = 0; // of those before
+    std::map<std::string, std::string> before_;
+    SteadyText steady_;
+    size_t seen_ = 0;  // calls of this step and of those before
+    size_t shown_ = 0; // of those before
 };
 
 std::filesystem::path directory() {
