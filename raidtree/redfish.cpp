@@ -102,7 +102,7 @@ class Redfish {
         Json resource = {{"@odata.id", path == ROOT ? path + "/" : path}, {"@odata.type", type}};
         if (!id.empty()) resource["Id"] = id;
         resource["Name"] = name.empty() ? id : name;
-        for (auto& [key, value] : more.items()) resource[key] = std::move(value);
+        for (const auto& [key, value] : more.items()) resource[key] = value;
         resources_[path] = resource.dump() + "\n";
         types_.insert(std::string(type + 1, strrchr(type, '.')));
     }

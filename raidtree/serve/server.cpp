@@ -51,7 +51,7 @@ class MemoryStream : public httplib::Stream {
     void get_local_ip_and_port(std::string& ip, int& port) const override { ip.clear(), port = 0; }
     socket_t socket() const override { return INVALID_SOCKET; }
 
-    std::string out;
+    std::string out; // NOLINT(misc-non-private-member-variables-in-classes): what was written is all that is asked for
 
   private:
     std::string_view in_;
@@ -168,7 +168,7 @@ class Loop {
         return connection.isAnswering() ? send(connection) : receive(connection);
     }
 
-    bool receive(Connection& connection) {
+    static bool receive(Connection& connection) {
         std::array<char, 8192> part{};
         const ssize_t count = recv(connection.fd, part.data(), part.size(), MSG_DONTWAIT);
         if (count == -1) return errno == EAGAIN || errno == EINTR;
@@ -196,7 +196,7 @@ class Loop {
         return connection.isAnswering();
     }
 
-    bool send(Connection& connection) {
+    static bool send(Connection& connection) {
         const ssize_t count = ::send(connection.fd, connection.out.data() + connection.sent,
                                      connection.out.size() - connection.sent, MSG_DONTWAIT | MSG_NOSIGNAL);
         if (count == -1) return errno == EAGAIN || errno == EINTR;
@@ -231,7 +231,7 @@ class Loop {
         size_t pending = 0;
         for (const Connection& connection : connections_) pending += connection.out.size();
         while (pending > MOST_PENDING) {
-            const Place oldest = std::min_element(
+            const auto oldest = std::min_element(
                 connections_.begin(), connections_.end(), [](const Connection& a, const Connection& b) {
                     return std::pair(!a.isAnswering(), a.until) < std::pair(!b.isAnswering(), b.until);
                 });

@@ -77,7 +77,7 @@ inline Json orNull(Json schema) {
     return {{"anyOf", Json::array({std::move(schema), {{"type", "null"}}})}};
 }
 
-inline Json described(Json schema, std::string_view sentence) {
+inline Json described(const Json& schema, std::string_view sentence) {
     Json result = {{"description", sentence}};
     result.update(schema);
     return result;

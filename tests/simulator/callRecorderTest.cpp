@@ -80,22 +80,4 @@ TEST(CallRecorder, writesThroughNoLinkAndIntoNoFifo) {
     EXPECT_FALSE(std::filesystem::exists(fileOf("target")));
 }
 
-TEST(CallRecorder, readsSizesAsPeopleWriteThem) {
-    const struct {
-        const char* text;
-        uint64_t bytes;
-    } cases[] = {{"1", 1},
-                 {"8M", 8 << 20},
-                 {"3G", uint64_t{3} << 30},
-                 {"0", 0},
-                 {"", 0},
-                 {"M", 0},
-                 {"8MB", 0},
-                 {"-1", 0},
-                 {"1m", 0},
-                 {"99999999999999999999", 0},
-                 {"9999999999999G", 0}};
-    for (const auto& row : cases) EXPECT_EQ(sim::byteCount(row.text), row.bytes) << row.text;
-}
-
 } // namespace

@@ -41,7 +41,6 @@ class HostProcess : public testing::Test {
         _exit(0);
     }
     [[noreturn]] void call() const;
-    [[noreturn]] void callInEachForm() const;
 
     std::string root;
 };
@@ -97,50 +96,6 @@ TEST_F(HostProcess, laysOutItsRootAndRecordsEveryCallWithItsInputsAndOutput) {
 {"time": 5600, "call": "raid_StrncpyTrim", "args": ["206122c320", 5], "result": 0, "out": "6122c3"}
 {"time": 5600, "call": "etcGetDate", "args": [0, 3], "result": 1}
 )");
-}
-
-// Put in place when the clock that decides about the next look has gone on.
-void setForm(const char* word) {
-    placeFile(sim::simulatorFile("trace"), word);
-    timespec before = {};
-    timespec now = {};
-    clock_gettime(CLOCK_MONOTONIC_COARSE, &before);
-    do clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
-    while (now.tv_nsec == before.tv_nsec);
-}
-
-void HostProcess::callInEachForm() const {
-    set({{"BMC_SPEED", "max"}, {"BMC_TRACE", "changes"}, {"BMC_CALLS_LIMIT", "1K"}});
-    MR_PD_INFO drive = {};
-    for (const char* form : {"", "0\n", "1", "changes", "none"}) {
-        if (*form != 0) setForm(form);
-        for (const uint8_t bitmap : {uint8_t{1}, uint8_t{1}, uint8_t{2}, uint8_t{1}}) {
-            drive.connectedPortBitmap = bitmap;
-            raid_PhysicalDeviceGetPortNumber(&drive, nullptr);
-        }
-        CSM_Init();
-        CSM_Init();
-    }
-    _exit(0);
-}
-
-TEST_F(HostProcess, recordsAsMuchAsIsAskedForInABoundedFile) {
-    std::filesystem::remove_all(root + "/simulator"); // what an earlier test has left
-    EXPECT_EXIT(callInEachForm(), testing::ExitedWithCode(0), "");
-    EXPECT_LE(std::filesystem::file_size(root + "/simulator/calls.jsonl"), 1200U);
-    const std::string calls = textOf(root + "/simulator/calls.jsonl.old") + textOf(root + "/simulator/calls.jsonl");
-    std::istringstream lines(calls);
-    std::string told;
-    for (std::string line; std::getline(lines, line);) {
-        EXPECT_EQ(line.find(std::string(256, '0')), std::string::npos) << "a record's bytes";
-        told += line.find("CSM_Init") != std::string::npos ? 'C' : line[line.find("result") + 9];
-    }
-    // First and changed answers, none, all, changes anew; with another word as BMC_TRACE says.
-    EXPECT_EQ(told, "01CC"
-                    "CC"
-                    "0010CC"
-                    "01CC"
-                    "CC");
 }
 
 } // namespace

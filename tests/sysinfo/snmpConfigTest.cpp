@@ -76,19 +76,4 @@ TEST_F(SnmpConfig, readsTheFirstFieldOfTheFirstLineWithTheKeyAndReplacesAllSuchL
     EXPECT_EQ(valueOf("sysName"), "none");
 }
 
-TEST_F(SnmpConfig, writesAValueOnceAndLeavesOtherKeysAlone) {
-    const struct {
-        const char* key;
-        int changed;
-        const char* after;
-    } rows[] = {{"sysServices", 0, "a\n"}, {"sysName", 1, "a\nsysName\tv\n"}, {"sysName", 0, "b\n"}};
-    for (const auto& row : rows) {
-        write(row.changed == 0 ? row.after : "a\n");
-        int changed = 0;
-        EXPECT_EQ(updateSnmpValue(row.key, "v", &changed), 0);
-        EXPECT_EQ(changed, row.changed);
-        EXPECT_EQ(textOf(below(CONF)), row.after);
-    }
-}
-
 } // namespace
