@@ -40,7 +40,7 @@ DaemonNow waitUntil(const std::string& root, int64_t second) {
 void step(const std::string& root, const std::string& length) {
     const std::optional<int64_t> seconds = parseDuration(length);
     if (!seconds || *seconds == 0)
-        refuse(WRONG_LENGTH, "\"" + length + "\" is no length of time, such as 5min, \"1h 30min\" or 00:05:00");
+        refuse(WRONG_LENGTH, "\"" + length + R"(" is no length of time, such as 5min, "1h 30min" or 00:05:00)");
     const DaemonNow before = waitUntil(root, 0);
     UpdateLog log(root);
     log.added();

@@ -5,6 +5,7 @@
 #include "simulator/machine/plainMachine.h"
 #include "simulator/machine/recordParser.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <set>
@@ -103,12 +104,10 @@ void pointToSource(std::string& pointer, const Node& devices, const Node& device
     const std::string prefix = device.path();
     if (!pointer.starts_with(prefix)) return;
     const std::string rest = pointer.substr(prefix.size());
-    std::string name = sources.names.back();
-    for (auto source = sources.names.rbegin(); source != sources.names.rend(); ++source) {
-        if (!devices.json[*source].contains(Json::json_pointer(rest))) continue;
-        name = *source;
-        break;
-    }
+    const Json::json_pointer member(rest);
+    const auto source = std::find_if(sources.names.rbegin(), sources.names.rend(),
+                                     [&](const std::string& name) { return devices.json[name].contains(member); });
+    const std::string& name = source != sources.names.rend() ? *source : sources.names.back();
     pointer = devices.path() + "/" + escaped(name) + rest;
 }
 

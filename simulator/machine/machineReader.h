@@ -18,7 +18,7 @@ struct MachineReading {
     std::unique_ptr<Timeline> timeline; // NULL: it stays so
     std::vector<Mistake> mistakes;      // in the order of the file
 };
-MachineReading readMachine(std::string_view text);
+MachineReading readMachine(std::string_view given);
 
 // What a machine file may be, in JSON Schema, draft 7.
 std::string machineSchema();

@@ -25,11 +25,6 @@ class CountedText {
         ++*count_;
         return *this;
     }
-    CountedText operator++(int) {
-        const CountedText before = *this;
-        ++*this;
-        return before;
-    }
     bool operator==(const CountedText& other) const { return position_ == other.position_; }
     bool operator!=(const CountedText& other) const { return position_ != other.position_; }
 

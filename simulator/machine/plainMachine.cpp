@@ -166,6 +166,7 @@ Json plainMachine(Json machine) {
 
 namespace {
 
+// ofRange: what a range says shows through, so that null takes away.
 void carryOver(Json& machine, const Json& before, const Json& after, bool ofRange);
 
 // Of lists that have got longer or shorter: the elements keep what they were written as where their "id" tells them.
@@ -184,7 +185,17 @@ void carryOverList(Json& machine, const Json& before, const Json& after) {
     machine = std::move(list);
 }
 
-// ofRange: what a range says shows through, so that null takes away.
+void carryOverMembers(Json& machine, const Json& before, const Json& after, bool ofRange) {
+    for (auto member = after.begin(); member != after.end(); ++member)
+        if (!before.contains(member.key()) || before[member.key()] != member.value())
+            carryOver(machine[member.key()], before.value(member.key(), Json()), member.value(), ofRange);
+    for (auto member = before.begin(); member != before.end(); ++member) {
+        if (after.contains(member.key())) continue;
+        machine.erase(member.key());
+        if (ofRange) machine[member.key()] = nullptr;
+    }
+}
+
 void carryOver(Json& machine, const Json& before, const Json& after, bool ofRange) {
     if (before == after) return;
     if (machine.is_null() && before.is_object()) machine = Json::object(); // a device of a range gets its own entry
@@ -193,15 +204,7 @@ void carryOver(Json& machine, const Json& before, const Json& after, bool ofRang
             return carryOverList(machine, before, after);
         for (size_t i = 0; i < after.size(); ++i) carryOver(machine[i], before[i], after[i], ofRange);
     } else if (machine.is_object() && before.is_object() && after.is_object()) {
-        ofRange = ofRange || hasRanges(machine);
-        for (auto member = after.begin(); member != after.end(); ++member)
-            if (!before.contains(member.key()) || before[member.key()] != member.value())
-                carryOver(machine[member.key()], before.value(member.key(), Json()), member.value(), ofRange);
-        for (auto member = before.begin(); member != before.end(); ++member) {
-            if (after.contains(member.key())) continue;
-            machine.erase(member.key());
-            if (ofRange) machine[member.key()] = nullptr;
-        }
+        carryOverMembers(machine, before, after, ofRange || hasRanges(machine));
     } else {
         machine = after;
     }

@@ -12,6 +12,7 @@
 namespace sim {
 
 // A device, put together, and the members of "devices" that it comes from, the strongest last.
+// NOLINTNEXTLINE(bugprone-exception-escape): moving JSON throws nothing, though it does not say so
 struct DeviceSources {
     nlohmann::ordered_json plain;
     std::vector<std::string> names;

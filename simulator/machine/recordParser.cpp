@@ -102,7 +102,7 @@ Json structSchema(std::span<const Field> fields, bool ofDevice) {
     for (const Field& field : fields) {
         Json value = valueSchema(field, ofDevice);
         if (field.count > 0) value = {{"type", "array"}, {"maxItems", field.count}, {"items", std::move(value)}};
-        properties[std::string(field.name)] = described(std::move(value), field.sentence);
+        properties[std::string(field.name)] = described(value, field.sentence);
     }
     return {{"type", "object"}, {"additionalProperties", false}, {"properties", std::move(properties)}};
 }
@@ -151,7 +151,7 @@ Json recordSchema(const RecordLayout& layout) {
                                     {"maximum", LARGEST_RECORD}};
     schema["properties"]["raw"] =
         described(schemaOfMembers(DECIMAL_NAME, hexSchema()), "Bytes in hexadecimal by offset, laid over the members.");
-    return described(std::move(schema), layout.sentence);
+    return described(schema, layout.sentence);
 }
 
 Json anyRecordSchema() {

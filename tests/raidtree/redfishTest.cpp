@@ -51,7 +51,7 @@ TEST(RaidtreeRedfish, healthIsTheSeverity) {
     for (const auto& [name, document] : allDocuments()) {
         const Publication publication = publicationOf(document);
         const json records = json::parse(publication.json);
-        const auto compare = [&](const json& record, const std::string& path) {
+        const auto compare = [&publication, &compared, &name = name](const json& record, const std::string& path) {
             const json resource = json::parse(answerTo({"GET", path, ""}, publication).body);
             const std::string severity = record["severity"];
             const bool isAbsent = resource["Status"].value("State", "") == "Absent";
