@@ -7,10 +7,10 @@ set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc) # GoogleTest asks for one
 set(CMAKE_CXX_FLAGS_INIT -Wno-psabi) # which would note what GCC 7 changed; everything here is of one compiler
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -L /usr/arm-linux-gnueabihf)
 
-# What the compiler does not bring is fetched once.
+# What the compiler does not bring is fetched once, and again when the list has changed.
 set(ARMHF_SYSROOT ${CMAKE_BINARY_DIR}/sysroot CACHE PATH "libraries and headers of the target")
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES ARMHF_SYSROOT)
-if(NOT EXISTS ${ARMHF_SYSROOT})
+if(${CMAKE_CURRENT_LIST_DIR}/armhfSysroot.sh IS_NEWER_THAN ${ARMHF_SYSROOT}) # or there is none
     message(STATUS "Fetching libraries of 32-bit ARM into ${ARMHF_SYSROOT}")
     execute_process(COMMAND ${CMAKE_CURRENT_LIST_DIR}/armhfSysroot.sh ${ARMHF_SYSROOT} COMMAND_ERROR_IS_FATAL ANY)
 endif()

@@ -88,7 +88,7 @@ std::vector<uint64_t> Adapter::enclosures() const {
 Json& Adapter::enclosure(uint64_t enclosureNumber) const {
     const std::vector<uint64_t> ids = enclosures();
     const bool isThere = enclosureNumber >= 1 && enclosureNumber <= ids.size();
-    Json* found = isThere ? device(ids[static_cast<size_t>(enclosureNumber - 1)]) : nullptr;
+    Json* found = isThere ? device(ids[size_t(enclosureNumber - 1)]) : nullptr;
     if (found == nullptr) throw WrongWord("there is no enclosure " + number + "/" + std::to_string(enclosureNumber));
     return *found;
 }

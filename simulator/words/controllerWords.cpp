@@ -118,7 +118,7 @@ void applyController(Json& machine, Words words, Lines& lines) {
     const Json kept = removed->at("controllers").at(number);
     Json& controllers = machine["controllers"];
     const auto index = std::min<uint64_t>(kept.at("at").get<uint64_t>(), controllers.size());
-    controllers.insert(controllers.begin() + int64_t(index), kept.at("controller"));
+    controllers.insert(controllers.begin() + ptrdiff_t(index), kept.at("controller"));
     forgetRemoved(machine, "controllers", number);
     lines.push_back("adapter " + number + " is there again");
     lines.emplace_back(NO_NEWS);

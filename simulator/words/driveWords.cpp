@@ -303,7 +303,7 @@ std::optional<std::pair<uint64_t, uint64_t>> readBay(const Adapter& adapter, con
     const std::vector<uint64_t> enclosures = adapter.enclosures();
     if (number == 0 || number > enclosures.size())
         throw WrongWord("there is no enclosure " + adapter.number + "/" + std::to_string(number));
-    return {{enclosures[number - 1], readNumber(name.substr(colon + 1), UINT8_MAX, "slot")}};
+    return {{enclosures[size_t(number - 1)], readNumber(name.substr(colon + 1), UINT8_MAX, "slot")}};
 }
 
 std::optional<uint64_t> findDriveAt(const Adapter& adapter, uint64_t enclosure, uint64_t slot) {

@@ -32,7 +32,7 @@ Json element(uint64_t status, uint64_t second = 0, uint64_t third = 0) {
     return {{"status", status}, {"ses", {status, second, third, 0}}};
 }
 
-void removeEnclosure(const Adapter& adapter, uint64_t number) {
+void removeEnclosure(const Adapter& adapter, size_t number) {
     adapter.enclosure(number); // it is there
     const uint64_t id = adapter.enclosures()[number - 1];
     std::vector<uint64_t> drives;
@@ -104,7 +104,7 @@ struct Part {
     RecordEdit status;
     std::string path; // of the element
     std::string title;
-    uint64_t index;
+    size_t index;
 };
 
 constexpr const char* COUNTS[] = {"/slotCount", "/psuCount", "/fanCount",
@@ -121,7 +121,7 @@ Part findPart(Json& machine, Words words, size_t kind, Lines& lines) {
     for (size_t i = 0; i < kind; i++) place += status.number(COUNTS[i]);
     if (!status.exists() || index >= status.number(COUNTS[kind]) || place >= std::size(SL_ENCL_STATUS_T{}.element))
         throw WrongWord("there is no " + words[0] + " " + words[1]);
-    return {named.adapter, enclosure, status, "/element/" + std::to_string(place), words[0] + " " + words[1], index};
+    return {named.adapter, enclosure, status, "/element/" + std::to_string(place), words[0] + " " + words[1], size_t(index)};
 }
 
 void setPart(Part& part, uint64_t code, const std::string& more = "") {
@@ -176,7 +176,7 @@ void applyEnclosure(Json& machine, Words words, Lines& lines) {
     findWord(both, words[2]);
     if (words[2] == "remove") {
         const Named named = findObject(machine, words[1], 1, lines);
-        return removeEnclosure(named.adapter, named.numbers[0]);
+        return removeEnclosure(named.adapter, size_t(named.numbers[0]));
     }
     if (words.size() != 4 && (words.size() != 6 || words[4] != "--drives"))
         throw WrongWord("enclosure ADAPTER add MODEL --drives N, such as: enclosure 0 add KP23 --drives 12");

@@ -42,13 +42,13 @@ uint64_t volumeState(const Adapter& adapter, Json& volume) {
     const RecordEdit info(volume, RecordOwner::logicalDrive, "MR_LD_INFO");
     const std::vector<uint64_t> drives = drivesOf(volume);
     const uint64_t level = info.number("/ldConfig/params/primaryRaidLevel");
-    const uint64_t spans = std::max<uint64_t>(info.number("/ldConfig/params/spanDepth"), 1);
-    const uint64_t width = std::max<uint64_t>(info.number("/ldConfig/params/numDrives"), 1);
+    const size_t spans = std::max<size_t>(size_t(info.number("/ldConfig/params/spanDepth")), 1);
+    const size_t width = std::max<size_t>(size_t(info.number("/ldConfig/params/numDrives")), 1);
     const auto* row = std::find_if(std::begin(SPAN_STANDS), std::end(SPAN_STANDS),
                                    [&](const auto& stands) { return stands.level == level; });
     if (row == std::end(SPAN_STANDS)) throw std::runtime_error("RAID level " + std::to_string(level) + " is not known");
     // A drive that was pulled is in no list: it may have been of any span, so it counts in the worst one.
-    const uint64_t pulled = spans * width > drives.size() ? spans * width - drives.size() : 0;
+    const size_t pulled = spans * width > drives.size() ? spans * width - drives.size() : 0;
     std::vector<uint64_t> missing(spans, 0);
     for (size_t i = 0; i < drives.size(); i++)
         if (!serves(adapter, drives[i])) missing[std::min<size_t>(i / width, spans - 1)]++;
