@@ -17,11 +17,12 @@ struct Places {
     std::string machine() const;
 };
 
-void addCheckCommand(CLI::App& app); // "check" and "schema"
+void addCheckCommand(CLI::App& command); // "check" and "schema"
 
 // Both outlive the parsing.
 void addFaultCommand(CLI::App& app, const Places& places);
 void addLogCommand(CLI::App& app, const Places& places);
+void addNowCommands(CLI::App& app, const Places& places); // "status" and "wait"
 void addStepCommand(CLI::App& app, const Places& places);
 void addPlayCommand(CLI::App& app); // where raidtree's library is built too
 

@@ -37,10 +37,9 @@ void writeText(const std::string& path, const std::string& text, mode_t mode) {
     throw std::runtime_error(path + ": " + strerror(error));
 }
 
-std::string describeAll(const std::string& path, const MachineReading& reading) {
+std::string describeAll(const std::string& path, const std::vector<Mistake>& mistakes) {
     std::string text;
-    for (const std::string& line : describeMistakes(path, reading.mistakes, 10))
-        text += (text.empty() ? "" : "\n") + line;
+    for (const std::string& line : describeMistakes(path, mistakes, 10)) text += (text.empty() ? "" : "\n") + line;
     return text;
 }
 
@@ -49,7 +48,7 @@ std::string describeAll(const std::string& path, const MachineReading& reading) 
 nlohmann::ordered_json loadMachine(const std::string& path) {
     const std::string text = readText(path);
     const MachineReading reading = readMachine(text);
-    if (reading.machine == nullptr) throw std::runtime_error(describeAll(path, reading));
+    if (reading.machine == nullptr) throw std::runtime_error(describeAll(path, reading.mistakes));
     return nlohmann::ordered_json::parse(text);
 }
 
@@ -57,8 +56,11 @@ void storeMachine(const std::string& path, const nlohmann::ordered_json& machine
     const std::string target = std::filesystem::canonical(path);
     const std::string text = machine.dump(2) + "\n";
     // What the daemon would refuse does not get into its file.
-    const MachineReading reading = readMachine(text);
-    if (reading.machine == nullptr) throw std::runtime_error("not changed: " + describeAll(path, reading));
+    MachineReading reading = readMachine(text);
+    if (reading.machine == nullptr) {
+        for (Mistake& mistake : reading.mistakes) mistake.line = 0; // of a text that nobody sees
+        throw WrongChange(describeAll("not changed", reading.mistakes));
+    }
     struct stat status = {};
     if (stat(target.c_str(), &status) != 0) throw std::runtime_error(path + ": " + strerror(errno));
     const mode_t mode = status.st_mode & 0777;

@@ -1,19 +1,16 @@
 // bmcsim: what a tester does to the described machine, and what it is now.
 
 #include "simulator/bmcsim/commands.h"
+#include "simulator/bmcsim/daemonNow.h"
 #include "simulator/bmcsim/machineFile.h"
 #include "simulator/replay/machineCommand.h"
 #include "simulator/words/words.h"
 
 #include <CLI/CLI.hpp>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -26,13 +23,7 @@ struct Settings : sim::Places {
     bool json = false;
     std::string pointer;
     std::string value;
-
-    unsigned patience = 600; // seconds
 };
-
-void print(const std::vector<std::string>& lines) {
-    for (const std::string& line : lines) printf("%s\n", line.c_str());
-}
 
 std::string cellOf(const nlohmann::ordered_json& value) {
     if (value.is_null()) return "-";
@@ -91,8 +82,15 @@ int applyAndStore(const Settings& settings, const std::vector<std::string>& word
         fprintf(stderr, "bmcsim: %s\n", result.error.c_str());
         return result.status;
     }
-    sim::storeMachine(settings.machine(), machine);
-    print(result.lines);
+    try {
+        sim::storeMachine(settings.machine(), machine);
+    } catch (const sim::WrongChange& wrong) { // the word is right: the file has something that does not go with it
+        throw std::runtime_error(wrong.what());
+    }
+    for (const std::string& line : result.lines) printf("%s\n", line.c_str());
+    if (!settings.file.empty()) return 0;
+    const std::optional<sim::DaemonNow> now = sim::readNow(settings.directory());
+    printf("%s\n", now ? ("next update " + sim::nextUpdateText(*now)).c_str() : "no daemon runs there");
     return 0;
 }
 
@@ -111,34 +109,6 @@ int set(const Settings& settings) {
         value.is_discarded() ? nlohmann::ordered_json(settings.value) : value; // a text may go without its quotes
     sim::storeMachine(settings.machine(), machine);
     return 0;
-}
-
-std::string textFrom(const std::string& path, size_t offset) {
-    std::ifstream stream(path, std::ios::binary);
-    std::string text{std::istreambuf_iterator<char>(stream), {}};
-    return text.substr(text.size() < offset ? 0 : offset); // shorter than it was: begun anew
-}
-
-// The last line of an update's block has its result.
-int wait(const Settings& settings) {
-    using Clock = std::chrono::steady_clock;
-    const std::string log = settings.directory() + "/var/LogFile.RST";
-    const size_t before = textFrom(log, 0).size();
-    const Clock::time_point end = Clock::now() + std::chrono::seconds(settings.patience);
-    while (true) {
-        const std::string text = textFrom(log, before);
-        const size_t result = text.find("ret=");
-        if (result != std::string::npos && text.find('\n', result) != std::string::npos) {
-            const char* const meanings[] = {"written", "nothing new", "no document", "not written"};
-            const long code = strtol(text.c_str() + result + 4, nullptr, 10);
-            printf("ret=%ld %s\n", code, code >= 0 && code <= 3 ? meanings[code] : "");
-            return 0;
-        }
-        if (Clock::now() > end) break;
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    fprintf(stderr, "bmcsim: no update within %u s (%s)\n", settings.patience, log.c_str());
-    return 1;
 }
 
 } // namespace
@@ -192,12 +162,11 @@ int run(int argc, char** argv) {
     setCommand->add_option("POINTER", settings.pointer)->required();
     setCommand->add_option("VALUE", settings.value)->required();
 
-    CLI::App* waitCommand = app.add_subcommand("wait", "until the next update is over: bmcsim wait --timeout 60");
-    waitCommand->add_option("--timeout", settings.patience, "seconds, otherwise 600; exit status 1");
     sim::addMachineCommand(app);
     sim::addCheckCommand(app);
     sim::addFaultCommand(app, settings);
     sim::addLogCommand(app, settings);
+    sim::addNowCommands(app, settings);
     sim::addStepCommand(app, settings);
 #ifdef HAS_PLAY
     sim::addPlayCommand(app);
@@ -209,8 +178,8 @@ int run(int argc, char** argv) {
         if (command == "show") return show(settings);
         if (command == "get") return get(settings);
         if (command == "set") return set(settings);
-        if (command == "wait") return wait(settings);
-        for (const char* done : {"machine", "check", "schema", "fault", "log", "step", "play"}) // while they were read
+        for (const char* done :
+             {"machine", "check", "schema", "fault", "log", "status", "wait", "step", "play"}) // while they were read
             if (command == done) return 0;
         std::vector<std::string> words = app.get_subcommands().front()->remaining();
         words.insert(words.begin(), command);
@@ -221,6 +190,9 @@ int run(int argc, char** argv) {
         return app.exit(error) == 0 ? 0 : WRONG_WORD;
     } catch (const nlohmann::ordered_json::exception& error) {
         fprintf(stderr, "bmcsim: %s: %s\n", settings.pointer.c_str(), error.what());
+        return WRONG_WORD;
+    } catch (const sim::WrongChange& error) {
+        fprintf(stderr, "bmcsim: %s\n", error.what());
         return WRONG_WORD;
     } catch (const std::exception& error) {
         fprintf(stderr, "bmcsim: %s\n", error.what());

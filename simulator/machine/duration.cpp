@@ -68,4 +68,20 @@ std::string clockText(int64_t seconds) {
     return text;
 }
 
+std::string lengthText(int64_t seconds) {
+    constexpr struct {
+        int64_t seconds;
+        const char* name;
+    } UNITS[] = {{86400, " d"}, {3600, " h"}, {60, " min"}, {1, " s"}};
+    std::string text;
+    int units = 0;
+    for (const auto& unit : UNITS) {
+        if (seconds < unit.seconds || units == 2) continue;
+        text += (units == 0 ? "" : " ") + std::to_string(seconds / unit.seconds) + unit.name;
+        seconds %= unit.seconds;
+        ++units;
+    }
+    return text.empty() ? "0 s" : text;
+}
+
 } // namespace sim

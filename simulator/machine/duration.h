@@ -16,4 +16,7 @@ std::optional<int64_t> parseDuration(std::string_view text);
 // "00:07:00"; behind a minus sign where it is negative.
 std::string clockText(int64_t seconds);
 
+// "3 min 12 s": the two largest units that are not nothing.
+std::string lengthText(int64_t seconds);
+
 } // namespace sim

@@ -121,7 +121,8 @@ Part findPart(Json& machine, Words words, size_t kind, Lines& lines) {
     for (size_t i = 0; i < kind; i++) place += status.number(COUNTS[i]);
     if (!status.exists() || index >= status.number(COUNTS[kind]) || place >= std::size(SL_ENCL_STATUS_T{}.element))
         throw WrongWord("there is no " + words[0] + " " + words[1]);
-    return {named.adapter, enclosure, status, "/element/" + std::to_string(place), words[0] + " " + words[1], size_t(index)};
+    return {named.adapter, enclosure, status, "/element/" + std::to_string(place), words[0] + " " + words[1],
+            size_t(index)};
 }
 
 void setPart(Part& part, uint64_t code, const std::string& more = "") {

@@ -156,13 +156,14 @@ TEST_F(Bmcsim, wrongWordsAndFaultyMachinesChangeNothing) {
                                                          {"drive 7/8 fail", "there is no adapter 7"},
                                                          {"drive 0/252 fail", "device 0/252 is no drive"},
                                                          {"volume 0/1 check 101%", "is no percentage"},
-                                                         {"volume 0/9 offline", "there is no volume 0/9"}};
+                                                         {"volume 0/9 offline", "there is no volume 0/9"},
+                                                         {"fault add raid_GetEnclosureList --kind x", "must be error,"},
+                                                         {"set /controllers/0/idd 1", R"(did you mean "id"?)"}};
     for (const auto& [words, error] : wrong) {
         EXPECT_EQ(bmcsim(words), 2) << words;
         EXPECT_NE(said.find(error), std::string::npos) << said;
     }
     EXPECT_EQ(bmcsim("drive 0/8 spare"), 3) << said;
-    EXPECT_EQ(bmcsim("set /controllers/0/records/MR_CTRL_INFO/productNam x"), 3) << said;
     EXPECT_EQ(daemon.read("machine.json"), before);
     daemon.write("machine.json", "{");
     EXPECT_EQ(bmcsim("drive 0/8 fail"), 3) << said;
@@ -308,6 +309,10 @@ TEST_F(Bmcsim, faultsAreSeenWhereTheyStrike) {
     EXPECT_NE(daemon.read("simulator/log").find("/faults/1: a controller with device 99 is not described"),
               std::string::npos);
     daemon.runToPass(1 + 2 * UPDATE);
+    EXPECT_EQ(bmcsim("status"), 0);
+    EXPECT_NE(said.find("machine file  taken\nnext update   at 00:15:00, but the clock stands"), std::string::npos)
+        << said;
+    EXPECT_EQ(bmcsim("wait --timeout 0"), 1);
     EXPECT_NE(daemon.read("simulator/calls.jsonl").find(R"("result": null, "fault": "hang"})"), std::string::npos);
     ASSERT_EQ(bmcsim("fault list"), 0);
     EXPECT_NE(said.find("2  struck 1 times"), std::string::npos) << said;
